@@ -1,0 +1,316 @@
+// Vector: a growable array that takes its storage from an Allocator.
+//
+// Layout: size, capacity, data, allocator. A push that does not fit grows the
+// capacity to 2 * capacity + 10; growing to at least n elements (resize,
+// bulk appends) takes max(2 * capacity + 10, n); reserve(n) takes exactly n.
+// Storage is aligned to max(4, alignof(T)).
+//
+// Elements that take an Allocator (strings, nested containers, config values)
+// are constructed with the vector's own allocator, so that a vector and all
+// it holds draw from one allocator; copies into it are copies onto that
+// allocator. Plain types are zeroed when constructed. Elements are relocated
+// by move when the storage changes.
+#pragma once
+
+#include "foundation/error/assert.h"
+#include "foundation/memory/allocator.h"
+
+#include <string.h>
+#include <type_traits>
+#include <utility>
+
+namespace foundation {
+
+namespace container_detail {
+
+template <typename T>
+constexpr bool takes_allocator = std::is_constructible<T, Allocator&>::value;
+
+template <typename T>
+inline void construct_default(T* p, Allocator& a) {
+  if constexpr (takes_allocator<T>)
+    new (p) T(a);
+  else
+    new (p) T();
+}
+
+template <typename T>
+inline void construct_copy(T* p, const T& value, Allocator& a) {
+  if constexpr (takes_allocator<T>) {
+    new (p) T(a);
+    *p = value;
+  } else {
+    new (p) T(value);
+  }
+}
+
+template <typename T>
+inline void construct_move(T* p, T&& value, Allocator& a) {
+  if constexpr (takes_allocator<T>) {
+    new (p) T(a);
+    *p = std::move(value);
+  } else {
+    new (p) T(std::move(value));
+  }
+}
+
+} // namespace container_detail
+
+template <typename T>
+class Vector {
+public:
+  explicit Vector(Allocator& allocator) : _size(0), _capacity(0), _data(nullptr), _allocator(&allocator) {}
+
+  Vector(const Vector& other) : Vector(*other._allocator) { *this = other; }
+
+  Vector(const Vector& other, Allocator& allocator) : Vector(allocator) { *this = other; }
+
+  Vector(Vector&& other) noexcept
+      : _size(other._size), _capacity(other._capacity), _data(other._data), _allocator(other._allocator) {
+    other._size = 0;
+    other._capacity = 0;
+    other._data = nullptr;
+  }
+
+  ~Vector() {
+    destroy_range(0, _size);
+    _allocator->deallocate(_data);
+  }
+
+  Vector& operator=(const Vector& other) {
+    if (this == &other)
+      return *this;
+    clear();
+    if (other._size > _capacity)
+      set_capacity(other._size);
+    if constexpr (std::is_trivially_copyable<T>::value) {
+      if (other._size)
+        memcpy(static_cast<void*>(_data), other._data, sizeof(T) * other._size);
+    } else {
+      for (uint32_t i = 0; i < other._size; ++i)
+        container_detail::construct_copy(_data + i, other._data[i], *_allocator);
+    }
+    _size = other._size;
+    return *this;
+  }
+
+  // Takes the other vector's storage when both share an allocator; copies
+  // onto this vector's allocator otherwise.
+  Vector& operator=(Vector&& other) {
+    if (this == &other)
+      return *this;
+    if (_allocator != other._allocator)
+      return *this = static_cast<const Vector&>(other);
+    destroy_range(0, _size);
+    _allocator->deallocate(_data);
+    _size = other._size;
+    _capacity = other._capacity;
+    _data = other._data;
+    other._size = 0;
+    other._capacity = 0;
+    other._data = nullptr;
+    return *this;
+  }
+
+  uint32_t size() const { return _size; }
+  uint32_t capacity() const { return _capacity; }
+  bool empty() const { return _size == 0; }
+  Allocator& allocator() const { return *_allocator; }
+
+  T* data() { return _data; }
+  const T* data() const { return _data; }
+  T* begin() { return _data; }
+  T* end() { return _data + _size; }
+  const T* begin() const { return _data; }
+  const T* end() const { return _data + _size; }
+
+  T& operator[](uint32_t i) { return _data[i]; }
+  const T& operator[](uint32_t i) const { return _data[i]; }
+
+  T& front() {
+    TW_ASSERT(_size > 0);
+    return _data[0];
+  }
+  const T& front() const {
+    TW_ASSERT(_size > 0);
+    return _data[0];
+  }
+  T& back() {
+    TW_ASSERT(_size > 0);
+    return _data[_size - 1];
+  }
+  const T& back() const {
+    TW_ASSERT(_size > 0);
+    return _data[_size - 1];
+  }
+
+  void push_back(const T& value) {
+    if (_size + 1 > _capacity) {
+      if (&value >= _data && &value < _data + _size) {
+        // The value lives in the storage about to move; take a copy first.
+        T copy(value);
+        grow_for_push();
+        container_detail::construct_move(_data + _size, std::move(copy), *_allocator);
+        ++_size;
+        return;
+      }
+      grow_for_push();
+    }
+    container_detail::construct_copy(_data + _size, value, *_allocator);
+    ++_size;
+  }
+
+  void push_back(T&& value) {
+    if (_size + 1 > _capacity) {
+      if (&value >= _data && &value < _data + _size) {
+        T moved(std::move(value));
+        grow_for_push();
+        container_detail::construct_move(_data + _size, std::move(moved), *_allocator);
+        ++_size;
+        return;
+      }
+      grow_for_push();
+    }
+    container_detail::construct_move(_data + _size, std::move(value), *_allocator);
+    ++_size;
+  }
+
+  // Appends a default element (nil, empty, zero) and returns it.
+  T& push_back_default() {
+    if (_size + 1 > _capacity)
+      grow_for_push();
+    container_detail::construct_default(_data + _size, *_allocator);
+    return _data[_size++];
+  }
+
+  // Appends n plain values in one copy.
+  void push_back_n(const T* values, uint32_t n) {
+    static_assert(std::is_trivially_copyable<T>::value, "push_back_n copies bytes");
+    if (_size + n > _capacity)
+      grow(_size + n);
+    if (n)
+      memcpy(static_cast<void*>(_data + _size), values, sizeof(T) * n);
+    _size += n;
+  }
+
+  void pop_back() {
+    TW_ASSERT(_size > 0);
+    --_size;
+    _data[_size].~T();
+  }
+
+  void resize(uint32_t n) {
+    if (n > _capacity)
+      grow(n);
+    if (n < _size) {
+      destroy_range(n, _size);
+    } else {
+      for (uint32_t i = _size; i < n; ++i)
+        container_detail::construct_default(_data + i, *_allocator);
+    }
+    _size = n;
+  }
+
+  void reserve(uint32_t n) {
+    if (n > _capacity)
+      set_capacity(n);
+  }
+
+  void set_capacity(uint32_t n) {
+    if (n == _capacity)
+      return;
+    if (n < _size)
+      resize(n);
+    T* data = nullptr;
+    if (n != 0) {
+      data = static_cast<T*>(_allocator->allocate(uint32_t(sizeof(T)) * n, align_of<T>()));
+      relocate(data, _data, _size);
+    }
+    _allocator->deallocate(_data);
+    _data = data;
+    _capacity = n;
+  }
+
+  void clear() {
+    destroy_range(0, _size);
+    _size = 0;
+  }
+
+  // Inserts at `index`, moving the later elements up by one.
+  void insert(uint32_t index, const T& value) {
+    TW_ASSERT(index <= _size);
+    if constexpr (container_detail::takes_allocator<T>) {
+      T copy(*_allocator);
+      copy = value;
+      insert_moved(index, std::move(copy));
+    } else {
+      T copy(value);
+      insert_moved(index, std::move(copy));
+    }
+  }
+
+  void insert_moved(uint32_t index, T&& value) {
+    TW_ASSERT(index <= _size);
+    if (_size + 1 > _capacity)
+      grow_for_push();
+    if (index == _size) {
+      container_detail::construct_move(_data + _size, std::move(value), *_allocator);
+    } else {
+      container_detail::construct_move(_data + _size, std::move(_data[_size - 1]), *_allocator);
+      for (uint32_t i = _size - 1; i > index; --i)
+        _data[i] = std::move(_data[i - 1]);
+      _data[index] = std::move(value);
+    }
+    ++_size;
+  }
+
+  // Removes the element at `index`, keeping the order of the rest.
+  void erase(uint32_t index) {
+    TW_ASSERT(index < _size);
+    for (uint32_t i = index; i + 1 < _size; ++i)
+      _data[i] = std::move(_data[i + 1]);
+    pop_back();
+  }
+
+  void swap(Vector& other) {
+    std::swap(_size, other._size);
+    std::swap(_capacity, other._capacity);
+    std::swap(_data, other._data);
+    std::swap(_allocator, other._allocator);
+  }
+
+private:
+  void grow_for_push() { set_capacity(_capacity * 2 + 10); }
+
+  void grow(uint32_t at_least) {
+    uint32_t n = _capacity * 2 + 10;
+    set_capacity(n > at_least ? n : at_least);
+  }
+
+  void destroy_range(uint32_t from, uint32_t to) {
+    if constexpr (!std::is_trivially_destructible<T>::value) {
+      for (uint32_t i = from; i < to; ++i)
+        _data[i].~T();
+    }
+  }
+
+  static void relocate(T* dst, T* src, uint32_t n) {
+    if (n == 0)
+      return;
+    if constexpr (std::is_trivially_copyable<T>::value) {
+      memcpy(static_cast<void*>(dst), src, sizeof(T) * n);
+    } else {
+      for (uint32_t i = 0; i < n; ++i) {
+        new (dst + i) T(std::move(src[i]));
+        src[i].~T();
+      }
+    }
+  }
+
+  uint32_t _size;
+  uint32_t _capacity;
+  T* _data;
+  Allocator* _allocator;
+};
+
+} // namespace foundation

@@ -1,0 +1,110 @@
+// POSIX critical section: a futex-based recursive lock.
+//
+// State word: 0 free, 1 held, 2 held with sleepers. The owner is the thread's
+// pthread_t and a recursion count; both are only written by the owner.
+#include "foundation/thread/critical_section.h"
+
+#include <atomic>
+#include <linux/futex.h>
+#include <new>
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace foundation {
+
+namespace {
+
+struct FutexLock {
+  std::atomic<int> state;
+  std::atomic<pthread_t> owner;
+  unsigned recursion;
+  unsigned spin_count;
+};
+
+static_assert(sizeof(FutexLock) <= 48, "critical section storage too small");
+
+FutexLock& lock_of(unsigned char* storage) { return *reinterpret_cast<FutexLock*>(storage); }
+
+void futex_wait(std::atomic<int>* word, int expected) {
+  syscall(SYS_futex, reinterpret_cast<int*>(word), FUTEX_WAIT_PRIVATE, expected, nullptr, nullptr, 0);
+}
+
+void futex_wake_one(std::atomic<int>* word) {
+  syscall(SYS_futex, reinterpret_cast<int*>(word), FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+}
+
+inline void cpu_relax() {
+#if defined(__i386__) || defined(__x86_64__)
+  __builtin_ia32_pause();
+#endif
+}
+
+} // namespace
+
+CriticalSection::CriticalSection(unsigned spin_count) {
+  FutexLock* l = new (_storage) FutexLock;
+  l->state.store(0, std::memory_order_relaxed);
+  l->owner.store(pthread_t(), std::memory_order_relaxed);
+  l->recursion = 0;
+  l->spin_count = spin_count;
+}
+
+CriticalSection::~CriticalSection() { lock_of(_storage).~FutexLock(); }
+
+bool CriticalSection::try_enter() {
+  FutexLock& l = lock_of(_storage);
+  pthread_t self = pthread_self();
+  int expected = 0;
+  if (l.state.compare_exchange_strong(expected, 1, std::memory_order_acquire)) {
+    l.owner.store(self, std::memory_order_relaxed);
+    l.recursion = 1;
+    return true;
+  }
+  if (l.owner.load(std::memory_order_relaxed) == self) {
+    ++l.recursion;
+    return true;
+  }
+  return false;
+}
+
+void CriticalSection::enter() {
+  FutexLock& l = lock_of(_storage);
+  pthread_t self = pthread_self();
+  int expected = 0;
+  if (TW_LIKELY(l.state.compare_exchange_strong(expected, 1, std::memory_order_acquire))) {
+    l.owner.store(self, std::memory_order_relaxed);
+    l.recursion = 1;
+    return;
+  }
+  if (l.owner.load(std::memory_order_relaxed) == self) {
+    ++l.recursion;
+    return;
+  }
+  for (unsigned i = 0; i < l.spin_count; ++i) {
+    cpu_relax();
+    expected = 0;
+    if (l.state.load(std::memory_order_relaxed) == 0 &&
+        l.state.compare_exchange_strong(expected, 1, std::memory_order_acquire)) {
+      l.owner.store(self, std::memory_order_relaxed);
+      l.recursion = 1;
+      return;
+    }
+  }
+  // Sleep: mark the lock contended; whoever leaves wakes one sleeper.
+  while (l.state.exchange(2, std::memory_order_acquire) != 0)
+    futex_wait(&l.state, 2);
+  l.owner.store(self, std::memory_order_relaxed);
+  l.recursion = 1;
+}
+
+void CriticalSection::leave() {
+  FutexLock& l = lock_of(_storage);
+  if (--l.recursion != 0)
+    return;
+  l.owner.store(pthread_t(), std::memory_order_relaxed);
+  if (l.state.exchange(0, std::memory_order_release) == 2)
+    futex_wake_one(&l.state);
+}
+
+} // namespace foundation

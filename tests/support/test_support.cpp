@@ -1,0 +1,95 @@
+#include "support/test_support.h"
+
+#include "foundation/error/error.h"
+
+#include <fstream>
+#include <sstream>
+#include <stdlib.h>
+
+#if defined(_WIN32)
+  #include <direct.h>
+  #include <windows.h>
+#else
+  #include <dirent.h>
+  #include <sys/stat.h>
+  #include <unistd.h>
+#endif
+
+namespace test {
+
+Report capture_report(const std::function<void()>& statement) {
+  Report r;
+  foundation::error::ScopedMode mode(foundation::ERROR_MODE_THROW);
+  try {
+    statement();
+  } catch (const foundation::ErrorException& e) {
+    r.reported = true;
+    r.message = e.message();
+    r.report = e.report();
+  }
+  return r;
+}
+
+::testing::AssertionResult reports_with(const std::function<void()>& statement, const std::string& expected) {
+  Report r = capture_report(statement);
+  if (!r.reported)
+    return ::testing::AssertionFailure() << "no report; expected one containing \"" << expected << "\"";
+  if (r.message.find(expected) == std::string::npos)
+    return ::testing::AssertionFailure() << "report \"" << r.message << "\" does not contain \"" << expected << "\"";
+  return ::testing::AssertionSuccess();
+}
+
+#if defined(_WIN32)
+TempDirectory::TempDirectory() {
+  char base[MAX_PATH];
+  GetTempPathA(MAX_PATH, base);
+  static int counter = 0;
+  _path = std::string(base) + "twi_test_" + std::to_string(GetCurrentProcessId()) + "_" + std::to_string(++counter);
+  _mkdir(_path.c_str());
+}
+static void remove_tree(const std::string& path) {
+  std::string cmd = "rmdir /s /q \"" + path + "\"";
+  (void)system(cmd.c_str());
+}
+#else
+TempDirectory::TempDirectory() {
+  const char* base = getenv("TMPDIR");
+  std::string pattern = std::string(base && *base ? base : "/tmp") + "/twi_test_XXXXXX";
+  char* p = mkdtemp(&pattern[0]);
+  _path = p ? p : pattern;
+}
+static void remove_tree(const std::string& path) {
+  DIR* d = opendir(path.c_str());
+  if (d) {
+    while (dirent* e = readdir(d)) {
+      std::string name = e->d_name;
+      if (name == "." || name == "..")
+        continue;
+      std::string full = path + "/" + name;
+      struct stat st;
+      if (lstat(full.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+        remove_tree(full);
+      else
+        unlink(full.c_str());
+    }
+    closedir(d);
+  }
+  rmdir(path.c_str());
+}
+#endif
+
+TempDirectory::~TempDirectory() { remove_tree(_path); }
+
+std::string read_file(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+void write_file(const std::string& path, const std::string& text) {
+  std::ofstream out(path, std::ios::binary);
+  out << text;
+}
+
+} // namespace test

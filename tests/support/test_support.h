@@ -1,0 +1,46 @@
+// Helpers shared by the test programs.
+//
+// capture_report runs a statement with the error mode set to throw and
+// returns what a report said (or that there was none), so a test can check
+// which assertion fired and with what text:
+//
+//   EXPECT_REPORT(vector.front(), "Assertion failed: _size > 0");
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace test {
+
+struct Report {
+  bool reported = false;
+  std::string message; // "Assertion failed: ..." and what follows
+  std::string report;  // the header "Error in FILE:LINE, build ...\n\n" and the message
+};
+
+Report capture_report(const std::function<void()>& statement);
+
+::testing::AssertionResult reports_with(const std::function<void()>& statement, const std::string& expected);
+
+// A fresh directory under the system's temporary folder, removed with its
+// contents when the object goes.
+class TempDirectory {
+public:
+  TempDirectory();
+  ~TempDirectory();
+  const std::string& path() const { return _path; }
+  std::string file(const std::string& name) const { return _path + "/" + name; }
+
+private:
+  std::string _path;
+};
+
+std::string read_file(const std::string& path);
+void write_file(const std::string& path, const std::string& text);
+
+} // namespace test
+
+#define EXPECT_REPORT(statement, expected) EXPECT_TRUE(::test::reports_with([&]() { statement; }, expected))
+#define ASSERT_REPORT(statement, expected) ASSERT_TRUE(::test::reports_with([&]() { statement; }, expected))
