@@ -36,7 +36,7 @@ public:
 
   uint32_t size() const { return _data.size(); }
   bool empty() const { return _data.empty(); }
-  bool is_sorted() const { return _is_sorted || _data.empty(); }
+  bool is_sorted() const { return _is_sorted; }
   const Pair* begin() const { return _data.begin(); }
   const Pair* end() const { return _data.end(); }
 
@@ -47,14 +47,14 @@ public:
   }
 
   void sort() {
-    std::stable_sort(_data.begin(), _data.end(),
+    std::sort(_data.begin(), _data.end(),
                      [](const Pair& a, const Pair& b) { return SortMapLess<K>::less(a.key, b.key); });
     _is_sorted = true;
   }
 
   // The pair of `key`, or null.
   const Pair* find(const K& key) const {
-    TW_ASSERT_MSG(is_sorted(), "SortMap not sorted");
+    TW_ASSERT_MSG(_is_sorted, "SortMap not sorted");
     uint32_t lo = 0, hi = _data.size();
     while (lo < hi) {
       uint32_t mid = (lo + hi) / 2;
@@ -81,6 +81,8 @@ public:
     const Pair* p = find(key);
     if (p)
       _data.erase(uint32_t(p - _data.begin()));
+    if (_data.empty())
+      _is_sorted = true; // an empty map counts as sorted
   }
 
   void clear() {

@@ -12,7 +12,7 @@ Allocator::Allocator(const char* name) : _next(nullptr), _prev(nullptr), _name(n
       registry->add(*this);
 }
 
-Allocator::~Allocator() {
+Allocator::~Allocator() noexcept(false) {
   if (_name)
     if (AllocatorRegistry* registry = memory_globals::registry())
       registry->remove(*this);

@@ -29,7 +29,9 @@ constexpr uint32_t align_of() {
 class Allocator {
 public:
   explicit Allocator(const char* name = nullptr);
-  virtual ~Allocator();
+  // May report (a counting allocator that still holds blocks), and in the
+  // throwing error mode that report leaves the destructor as an exception.
+  virtual ~Allocator() noexcept(false);
   Allocator(const Allocator&) = delete;
   Allocator& operator=(const Allocator&) = delete;
 

@@ -9,7 +9,7 @@ namespace foundation {
 HeapAllocator::HeapAllocator(const char* name, Allocator& backing, uint32_t block_size, bool can_grow,
                              bool thread_safe)
     : Allocator(name), _backing(&backing), _first_block(nullptr), _can_grow(can_grow), _thread_safe(thread_safe),
-      _lock(4000), _mspace(nullptr), _leak_check(false), _max_blocks(MAX_BLOCKS), _used_blocks(0) {
+      _lock(4000), _mspace(nullptr), _leak_check(false), _max_blocks(MAX_BLOCKS), _used_blocks(0), _table_sequence(0) {
   _first_block = backing.allocate(block_size, 4);
   MspaceCallbacks callbacks = {&grow_callback, &release_callback, this};
   _mspace = mspace::create(_first_block, block_size, callbacks, block_size);
@@ -19,7 +19,7 @@ HeapAllocator::HeapAllocator(const char* name, Allocator& backing, uint32_t bloc
 
 HeapAllocator::HeapAllocator(const char* name, void* buffer, uint32_t size, bool thread_safe)
     : Allocator(name), _backing(nullptr), _first_block(buffer), _can_grow(false), _thread_safe(thread_safe),
-      _lock(4000), _mspace(nullptr), _leak_check(false), _max_blocks(MAX_BLOCKS), _used_blocks(0) {
+      _lock(4000), _mspace(nullptr), _leak_check(false), _max_blocks(MAX_BLOCKS), _used_blocks(0), _table_sequence(0) {
   MspaceCallbacks callbacks = {&grow_callback, &release_callback, this};
   _mspace = mspace::create(buffer, size, callbacks, size);
   TW_ASSERT_MSG(_mspace != nullptr, "failed to create heap");
@@ -37,23 +37,53 @@ HeapAllocator::~HeapAllocator() {
     _backing->deallocate(_first_block);
 }
 
+// A sequence lock without fences: the writer's odd count is an acquiring
+// read-modify-write, its entry stores release, and the reader acquires every
+// load, so a reader that saw any new entry also sees the count move.
+void HeapAllocator::begin_table_change() { _table_sequence.fetch_add(1, std::memory_order_acq_rel); }
+
+void HeapAllocator::end_table_change() { _table_sequence.fetch_add(1, std::memory_order_release); }
+
 void HeapAllocator::enter_block(void* base, uint32_t size) {
   TW_ASSERT_MSG(_used_blocks < _max_blocks, "Heap is full");
-  if (_used_blocks >= _max_blocks)
+  int used = _used_blocks.load(std::memory_order_relaxed);
+  if (used >= _max_blocks)
     return;
-  _blocks[_used_blocks].base = base;
-  _blocks[_used_blocks].size = size;
-  ++_used_blocks;
+  begin_table_change();
+  _blocks[used].base.store(uintptr_t(base), std::memory_order_release);
+  _blocks[used].size.store(size, std::memory_order_release);
+  _used_blocks.store(used + 1, std::memory_order_release);
+  end_table_change();
 }
 
-void* HeapAllocator::grow_callback(void* user, uint32_t size) {
-  HeapAllocator* h = static_cast<HeapAllocator*>(user);
-  TW_ASSERT_MSG(h->_can_grow, "Heap cannot grow.");
-  if (!h->_can_grow || !h->_backing)
+// Moves the last entry into the place of the removed one.
+void HeapAllocator::remove_block(void* base) {
+  int used = _used_blocks.load(std::memory_order_relaxed);
+  for (int i = 0; i < used; ++i) {
+    if (_blocks[i].base.load(std::memory_order_relaxed) == uintptr_t(base)) {
+      begin_table_change();
+      _blocks[i].base.store(_blocks[used - 1].base.load(std::memory_order_relaxed), std::memory_order_release);
+      _blocks[i].size.store(_blocks[used - 1].size.load(std::memory_order_relaxed), std::memory_order_release);
+      _used_blocks.store(used - 1, std::memory_order_release);
+      end_table_change();
+      return;
+    }
+  }
+}
+
+void* HeapAllocator::grow_callback(void* user, uint32_t size) { return static_cast<HeapAllocator*>(user)->grow(size); }
+
+void* HeapAllocator::grow(uint32_t size) {
+  TW_ASSERT_MSG(_can_grow, "Heap cannot grow.");
+  if (!_can_grow || !_backing)
     return nullptr;
-  void* block = h->_backing->allocate(size, 4);
+  // Refuse before taking a block that could not be entered.
+  TW_ASSERT_MSG(_used_blocks < _max_blocks, "Heap is full");
+  if (_used_blocks >= _max_blocks)
+    return nullptr;
+  void* block = _backing->allocate(size, 4);
   if (block)
-    h->enter_block(block, size);
+    enter_block(block, size);
   return block;
 }
 
@@ -65,13 +95,7 @@ void HeapAllocator::release_callback(void* user, void* address, uint32_t size) {
     if (n == 0 || n > size)
       n = size;
     h->_backing->deallocate(p);
-    for (int i = 0; i < h->_used_blocks; ++i) {
-      if (h->_blocks[i].base == p) {
-        h->_blocks[i] = h->_blocks[h->_used_blocks - 1];
-        --h->_used_blocks;
-        break;
-      }
-    }
+    h->remove_block(p);
     p += n;
     size -= n;
   }
@@ -99,7 +123,7 @@ uint32_t HeapAllocator::total_allocated() {
   ScopedCriticalSection lock(_lock, _thread_safe);
   uint32_t total = 0;
   for (int i = 0; i < _used_blocks; ++i)
-    total += _blocks[i].size;
+    total += _blocks[i].size.load(std::memory_order_relaxed);
   return total;
 }
 
@@ -109,14 +133,20 @@ void HeapAllocator::backing_allocators(Vector<Allocator*>& list) {
 }
 
 bool HeapAllocator::owns(const void* p) {
-  ScopedCriticalSection lock(_lock, _thread_safe);
   uintptr_t a = uintptr_t(p);
-  for (int i = 0; i < _used_blocks; ++i) {
-    uintptr_t base = uintptr_t(_blocks[i].base);
-    if (a >= base && a < base + _blocks[i].size)
-      return true;
+  while (true) {
+    uint32_t before = _table_sequence.load(std::memory_order_acquire);
+    if (before & 1)
+      continue; // a change is under way
+    bool found = false;
+    int used = _used_blocks.load(std::memory_order_acquire);
+    for (int i = 0; i < used && !found; ++i) {
+      uintptr_t base = _blocks[i].base.load(std::memory_order_acquire);
+      found = a >= base && a < base + _blocks[i].size.load(std::memory_order_acquire);
+    }
+    if (_table_sequence.load(std::memory_order_acquire) == before)
+      return found;
   }
-  return false;
 }
 
 uint32_t HeapAllocator::bytes_in_use() {

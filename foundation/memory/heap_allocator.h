@@ -5,7 +5,10 @@
 // it runs out it grows by further blocks of at least the block size, and it
 // gives a grown block back when that block becomes entirely free. Every block
 // is entered in a table of at most 2048 entries, through which owns() tells
-// whether a pointer came from this heap ("Heap is full" beyond that).
+// whether a pointer came from this heap ("Heap is full" beyond that). The
+// table changes only under the heap's lock; owns() reads it without the lock
+// (a sequence count tells it to read again when it raced with a change),
+// since the generic allocator asks it on every free.
 //
 // With the leak check on, destruction reports blocks still in use.
 #pragma once
@@ -13,6 +16,8 @@
 #include "foundation/memory/allocator.h"
 #include "foundation/memory/mspace.h"
 #include "foundation/thread/critical_section.h"
+
+#include <atomic>
 
 namespace foundation {
 
@@ -46,11 +51,15 @@ public:
 
 private:
   struct BlockEntry {
-    void* base;
-    uint32_t size;
+    std::atomic<uintptr_t> base;
+    std::atomic<uint32_t> size;
   };
 
   void enter_block(void* base, uint32_t size);
+  void remove_block(void* base);
+  void begin_table_change();
+  void end_table_change();
+  void* grow(uint32_t size);
   static void* grow_callback(void* user, uint32_t size);
   static void release_callback(void* user, void* address, uint32_t size);
 
@@ -63,7 +72,8 @@ private:
   bool _leak_check;
   BlockEntry _blocks[MAX_BLOCKS];
   int _max_blocks;
-  int _used_blocks;
+  std::atomic<int> _used_blocks;
+  std::atomic<uint32_t> _table_sequence; // odd while the table changes
 };
 
 } // namespace foundation

@@ -58,3 +58,19 @@ void operator delete[](void* p) noexcept {
 
 void operator delete(void* p, size_t) noexcept { operator delete(p); }
 void operator delete[](void* p, size_t) noexcept { operator delete[](p); }
+
+// The non-throwing forms must pair with the same runtime as the others.
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+  if (forbid_new_delete())
+    foundation::report_error(__LINE__, TW_SOURCE_PATH, "Don't use new!");
+  return malloc(size ? size : 1);
+}
+
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+  if (forbid_new_delete())
+    foundation::report_error(__LINE__, TW_SOURCE_PATH, "Don't use new!");
+  return malloc(size ? size : 1);
+}
+
+void operator delete(void* p, const std::nothrow_t&) noexcept { operator delete(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { operator delete[](p); }

@@ -52,6 +52,12 @@ SlotAllocator::SlotAllocator(const char* name, Allocator& backing, bool thread_s
     c.free_head = c.free_tail = nullptr;
     c.stride = stride_for(c.slot_size);
   }
+  int c = 0;
+  for (uint32_t words = 0; words <= 256; ++words) {
+    while (CLASS_SIZES[c] < words * 4)
+      ++c;
+    _class_by_words[words] = uint8_t(c);
+  }
 }
 
 SlotAllocator::~SlotAllocator() { TW_ASSERT(total_allocated() == 0); }
@@ -73,9 +79,13 @@ uint32_t& SlotAllocator::chunk_pages_in_use(char* chunk) const {
 }
 
 int SlotAllocator::size_class_for(uint32_t size, uint32_t align) const {
-  for (int i = 0; i < _num_size_classes; ++i) {
+  if (size > 1024)
+    return -1;
+  // Classes below the table's answer are too small; from there the first
+  // multiple of the alignment wins.
+  for (int i = _class_by_words[(size + 3) / 4]; i < _num_size_classes; ++i) {
     uint32_t s = _size_classes[i].slot_size;
-    if (s >= size && (align == 0 || s % align == 0))
+    if (align <= 1 || (memory_utilities::is_power_of_two(align) ? (s & (align - 1)) == 0 : s % align == 0))
       return i;
   }
   return -1;

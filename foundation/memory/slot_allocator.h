@@ -95,6 +95,8 @@ private:
 
   uint32_t _chunk_size;
   uint32_t _page_size;
+  // First class whose slot holds (size + 3) / 4 words: the search's start.
+  uint8_t _class_by_words[257];
   Allocator* _backing;
   SizeClass _size_classes[NUM_SIZE_CLASSES];
   int _num_size_classes;

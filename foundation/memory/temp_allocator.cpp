@@ -52,7 +52,7 @@ void TempAllocator::add_page(uint32_t size, uint32_t id) {
   _pages.push_back(p);
 }
 
-void* TempAllocator::allocate(uint32_t id, uint32_t size, uint32_t align) {
+void* TempAllocator::allocate_slow(uint32_t id, uint32_t size, uint32_t align) {
   if (_pages.empty())
     add_page(size, id);
   Page* page = &_pages.back();
@@ -118,12 +118,6 @@ ScopedTempAllocator::ScopedTempAllocator(TempAllocator& pool) : Allocator(nullpt
 ScopedTempAllocator::~ScopedTempAllocator() {
   if (_id != NO_SCOPE)
     _pool->release(_id);
-}
-
-void* ScopedTempAllocator::allocate(uint32_t size, uint32_t align) {
-  if (_id == NO_SCOPE)
-    _id = _pool->begin_scope();
-  return _pool->allocate(_id, size, align);
 }
 
 void ScopedTempAllocator::backing_allocators(Vector<Allocator*>& list) { list.push_back(&_pool->backing()); }

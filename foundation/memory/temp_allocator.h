@@ -16,6 +16,7 @@
 
 #include "foundation/collection/vector.h"
 #include "foundation/memory/allocator.h"
+#include "foundation/memory/memory_poisoning.h"
 
 namespace foundation {
 
@@ -36,7 +37,24 @@ public:
 
   // A new scope id (never 0xFFFFFFFF), recorded as live.
   uint32_t begin_scope();
-  void* allocate(uint32_t id, uint32_t size, uint32_t align);
+
+  void* allocate(uint32_t id, uint32_t size, uint32_t align) {
+    // The common case inline: the newest scope bumping in the last page.
+    if (!_pages.empty()) {
+      Page& page = _pages.back();
+      if (page.newest_id == id && (align & (align - 1)) == 0 && align != 0) {
+        uint32_t used = (page.used + align - 1) & ~(align - 1);
+        if (uint64_t(used) + size <= page.capacity) {
+          page.used = used + size;
+          char* block = page.start + used;
+          memory_poisoning::make_accessible(block, size);
+          return block;
+        }
+      }
+    }
+    return allocate_slow(id, size, align);
+  }
+
   void release(uint32_t id);
 
   Allocator& backing() const { return *_backing; }
@@ -49,6 +67,7 @@ public:
   static bool is_later(uint32_t a, uint32_t b) { return (a - b - 1u) < 0x40000000u; }
 
 private:
+  void* allocate_slow(uint32_t id, uint32_t size, uint32_t align);
   void add_page(uint32_t size, uint32_t id);
   bool last_page_is_dead() const;
 
@@ -70,7 +89,11 @@ public:
   explicit ScopedTempAllocator(TempAllocator& pool);
   ~ScopedTempAllocator() override;
 
-  void* allocate(uint32_t size, uint32_t align = 4) override;
+  void* allocate(uint32_t size, uint32_t align = 4) override {
+    if (_id == 0xFFFFFFFFu)
+      _id = _pool->begin_scope();
+    return _pool->allocate(_id, size, align);
+  }
   void deallocate(void*) override {}
   uint32_t allocated_size(void*) override { return 0; }
   uint32_t total_allocated() override { return 0; }

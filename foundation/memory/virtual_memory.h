@@ -4,7 +4,11 @@
 // are mmap / munmap behaving as Windows does: the granularity is 65,536
 // bytes, every block starts on a 64 KiB boundary (more is mapped and the
 // slack unmapped), and the size of each block is remembered here so that
-// region_size answers as VirtualQuery would. Memory comes zeroed.
+// region_size answers as VirtualQuery would. The POSIX side also keeps a few
+// released blocks of up to 1 MiB mapped (at most 16 MiB in all) and hands
+// them out again, so that a block freed and asked for again does not cost
+// two system calls and a round of page faults. Contents of a new block are
+// undefined.
 //
 // Each platform provides all four functions (virtual_memory_posix.cpp,
 // virtual_memory_win32.cpp). They are thread-safe.

@@ -30,6 +30,18 @@ struct RegionTable {
 
 RegionTable g_table;
 
+// Released blocks kept mapped for reuse, newest last.
+const uint32_t CACHE_ENTRIES = 32;
+const uint32_t CACHE_MAX_BLOCK = 1u << 20;
+const uint32_t CACHE_MAX_TOTAL = 16u << 20;
+struct CachedRegion {
+  uintptr_t address;
+  uint32_t size;
+};
+CachedRegion g_cache[CACHE_ENTRIES];
+uint32_t g_cache_count = 0;
+uint32_t g_cache_bytes = 0;
+
 CriticalSection& table_lock() {
   static CriticalSection cs(4000);
   return cs;
@@ -87,11 +99,65 @@ uint32_t granularity() {
   return page > long(GRANULARITY) ? uint32_t(page) : GRANULARITY;
 }
 
+namespace {
+
+bool enter_region(uintptr_t address, uint32_t size) {
+  if ((g_table.used + 1) * 2 > g_table.capacity && !grow_table())
+    return false;
+  insert_into(g_table.slots, g_table.capacity, address, size);
+  ++g_table.used;
+  ++g_table.live;
+  return true;
+}
+
+// A cached block of exactly `size` bytes, or 0.
+uintptr_t take_cached(uint32_t size) {
+  for (uint32_t i = g_cache_count; i-- > 0;) {
+    if (g_cache[i].size == size) {
+      uintptr_t address = g_cache[i].address;
+      g_cache[i] = g_cache[--g_cache_count];
+      g_cache_bytes -= size;
+      return address;
+    }
+  }
+  return 0;
+}
+
+bool put_cached(uintptr_t address, uint32_t size) {
+  if (size > CACHE_MAX_BLOCK)
+    return false;
+  while (g_cache_count > 0 && (g_cache_count == CACHE_ENTRIES || g_cache_bytes + size > CACHE_MAX_TOTAL)) {
+    // Make room by unmapping the oldest.
+    CachedRegion oldest = g_cache[0];
+    for (uint32_t i = 1; i < g_cache_count; ++i)
+      g_cache[i - 1] = g_cache[i];
+    --g_cache_count;
+    g_cache_bytes -= oldest.size;
+    munmap(reinterpret_cast<void*>(oldest.address), oldest.size);
+  }
+  g_cache[g_cache_count].address = address;
+  g_cache[g_cache_count].size = size;
+  ++g_cache_count;
+  g_cache_bytes += size;
+  return true;
+}
+
+} // namespace
+
 void* allocate(uint32_t size) {
   const size_t g = granularity();
   size_t rounded = (size_t(size) + g - 1) & ~(g - 1);
   if (rounded == 0 || rounded > 0xFFFFFFFFu - g)
     return nullptr;
+  {
+    ScopedCriticalSection lock(table_lock());
+    if (uintptr_t cached = take_cached(uint32_t(rounded))) {
+      if (enter_region(cached, uint32_t(rounded)))
+        return reinterpret_cast<void*>(cached);
+      munmap(reinterpret_cast<void*>(cached), rounded);
+      return nullptr;
+    }
+  }
   // Map one granule more and trim both ends to a granule boundary.
   size_t mapped = rounded + g;
   void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -107,28 +173,24 @@ void* allocate(uint32_t size) {
     munmap(reinterpret_cast<void*>(end), mapped_end - end);
 
   ScopedCriticalSection lock(table_lock());
-  if ((g_table.used + 1) * 2 > g_table.capacity && !grow_table()) {
+  if (!enter_region(aligned, uint32_t(rounded))) {
     munmap(reinterpret_cast<void*>(aligned), rounded);
     return nullptr;
   }
-  insert_into(g_table.slots, g_table.capacity, aligned, uint32_t(rounded));
-  ++g_table.used;
-  ++g_table.live;
   return reinterpret_cast<void*>(aligned);
 }
 
 bool release(void* p) {
-  size_t size;
-  {
-    ScopedCriticalSection lock(table_lock());
-    Region* r = lookup(uintptr_t(p));
-    if (!r)
-      return false;
-    size = r->size;
-    r->address = 1;
-    r->size = 0;
-    --g_table.live;
-  }
+  ScopedCriticalSection lock(table_lock());
+  Region* r = lookup(uintptr_t(p));
+  if (!r)
+    return false;
+  uint32_t size = r->size;
+  r->address = 1;
+  r->size = 0;
+  --g_table.live;
+  if (put_cached(uintptr_t(p), size))
+    return true;
   return munmap(p, size) == 0;
 }
 

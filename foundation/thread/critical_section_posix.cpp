@@ -17,10 +17,20 @@ namespace {
 
 struct FutexLock {
   std::atomic<int> state;
-  std::atomic<pthread_t> owner;
+  std::atomic<uintptr_t> owner;
   unsigned recursion;
   unsigned spin_count;
 };
+
+// A value unique to the calling thread, cheap to get: the thread pointer
+// where the compiler exposes it, pthread_self otherwise.
+inline uintptr_t self_id() {
+#if (defined(__x86_64__) || defined(__i386__)) && defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 11
+  return uintptr_t(__builtin_thread_pointer());
+#else
+  return uintptr_t(pthread_self());
+#endif
+}
 
 static_assert(sizeof(FutexLock) <= 48, "critical section storage too small");
 
@@ -45,7 +55,7 @@ inline void cpu_relax() {
 CriticalSection::CriticalSection(unsigned spin_count) {
   FutexLock* l = new (_storage) FutexLock;
   l->state.store(0, std::memory_order_relaxed);
-  l->owner.store(pthread_t(), std::memory_order_relaxed);
+  l->owner.store(0, std::memory_order_relaxed);
   l->recursion = 0;
   l->spin_count = spin_count;
 }
@@ -54,7 +64,7 @@ CriticalSection::~CriticalSection() { lock_of(_storage).~FutexLock(); }
 
 bool CriticalSection::try_enter() {
   FutexLock& l = lock_of(_storage);
-  pthread_t self = pthread_self();
+  uintptr_t self = self_id();
   int expected = 0;
   if (l.state.compare_exchange_strong(expected, 1, std::memory_order_acquire)) {
     l.owner.store(self, std::memory_order_relaxed);
@@ -70,7 +80,7 @@ bool CriticalSection::try_enter() {
 
 void CriticalSection::enter() {
   FutexLock& l = lock_of(_storage);
-  pthread_t self = pthread_self();
+  uintptr_t self = self_id();
   int expected = 0;
   if (TW_LIKELY(l.state.compare_exchange_strong(expected, 1, std::memory_order_acquire))) {
     l.owner.store(self, std::memory_order_relaxed);
@@ -102,7 +112,7 @@ void CriticalSection::leave() {
   FutexLock& l = lock_of(_storage);
   if (--l.recursion != 0)
     return;
-  l.owner.store(pthread_t(), std::memory_order_relaxed);
+  l.owner.store(0, std::memory_order_relaxed);
   if (l.state.exchange(0, std::memory_order_release) == 2)
     futex_wake_one(&l.state);
 }

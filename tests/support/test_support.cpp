@@ -30,6 +30,27 @@ Report capture_report(const std::function<void()>& statement) {
   return r;
 }
 
+namespace {
+Report* g_returning_report = nullptr;
+void record_returning(const char* message, void*) {
+  if (g_returning_report && !g_returning_report->reported) {
+    g_returning_report->reported = true;
+    g_returning_report->message = message;
+  }
+}
+} // namespace
+
+Report capture_report_returning(const std::function<void()>& statement) {
+  Report r;
+  foundation::error::ScopedMode mode(3);
+  g_returning_report = &r;
+  foundation::error::set_report_hook(&record_returning);
+  statement();
+  foundation::error::set_report_hook(nullptr);
+  g_returning_report = nullptr;
+  return r;
+}
+
 ::testing::AssertionResult reports_with(const std::function<void()>& statement, const std::string& expected) {
   Report r = capture_report(statement);
   if (!r.reported)

@@ -22,6 +22,11 @@ struct Report {
 
 Report capture_report(const std::function<void()>& statement);
 
+// The same in the "return" error mode: the report goes back to the code that
+// failed, which carries on (for checks in destructors that must finish).
+// Only `message` is filled.
+Report capture_report_returning(const std::function<void()>& statement);
+
 ::testing::AssertionResult reports_with(const std::function<void()>& statement, const std::string& expected);
 
 // A fresh directory under the system's temporary folder, removed with its
