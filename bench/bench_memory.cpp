@@ -192,6 +192,7 @@ void std_mutex(benchmark::State& state) {
 } // namespace
 
 int main(int argc, char** argv) {
+  memory_globals::init();
   bool have_mimalloc = load_mimalloc();
   if (!have_mimalloc)
     printf("mimalloc not found (install libmimalloc-dev): its comparisons are skipped\n");

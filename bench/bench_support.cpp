@@ -1,6 +1,5 @@
 #include "bench_support.h"
 
-#include "foundation/memory/memory_globals.h"
 
 #include <map>
 #include <stdio.h>
@@ -40,7 +39,6 @@ public:
 } // namespace
 
 bool run_all(int argc, char** argv) {
-  foundation::memory_globals::init();
   benchmark::Initialize(&argc, argv);
   CollectingReporter reporter;
   size_t n = benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -9,8 +9,8 @@
 
 namespace bench {
 
-// Runs every registered benchmark (honouring --benchmark_* flags) with the
-// memory system started; returns false when none ran.
+// Runs every registered benchmark (honouring --benchmark_* flags); returns
+// false when none ran. The caller starts and stops the memory system.
 bool run_all(int argc, char** argv);
 
 // Real time per iteration of a finished benchmark in nanoseconds, or -1.

@@ -11,3 +11,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 # Static runtime so the built test programs would run on a bare Windows machine.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
+# 32-bit floats are computed in SSE registers, as the 64-bit builds and
+# current Windows compilers do, not in the x87's wider registers.
+set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse")
+set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")

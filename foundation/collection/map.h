@@ -43,6 +43,9 @@ public:
     K key;
     V value;
 
+    static constexpr bool TRIVIALLY_RELOCATABLE =
+        is_trivially_relocatable<K>::value && is_trivially_relocatable<V>::value;
+
     explicit Entry(Allocator& a) : key(make_default<K>(a)), value(make_default<V>(a)) {}
     Entry(const Entry& other) = default;
     Entry(Entry&& other) = default;

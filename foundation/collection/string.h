@@ -10,6 +10,8 @@
 // unsigned characters, the order of strcmp.
 #pragma once
 
+#include "foundation/collection/vector.h"
+#include "foundation/error/assert.h"
 #include "foundation/memory/allocator.h"
 
 #include <string.h>
@@ -69,6 +71,9 @@ public:
 
   // Stores `length` bytes of `text` followed by a zero.
   void assign(const char* text, uint32_t length) {
+    TW_ASSERT(length < 0x7FFFFFFFu);
+    if (length >= 0x7FFFFFFFu)
+      length = 0;
     uint32_t n = length + 1;
     if (_capacity < n) {
       // `text` may point into our own buffer: copy before freeing it.
@@ -87,6 +92,9 @@ public:
   }
 
   void append(const char* text, uint32_t length) {
+    TW_ASSERT(length < 0x7FFFFFFFu - this->length());
+    if (length >= 0x7FFFFFFFu - this->length())
+      length = 0;
     uint32_t old_length = this->length();
     uint32_t n = old_length + length + 1;
     if (_capacity < n) {
@@ -148,5 +156,8 @@ private:
   char* _data;
   Allocator* _allocator;
 };
+
+template <>
+struct is_trivially_relocatable<String, void> : std::true_type {};
 
 } // namespace foundation

@@ -21,6 +21,18 @@
 
 namespace foundation {
 
+// Types whose objects may be moved to another address by copying their bytes
+// (no pointers into themselves): plain types, and types that say so by
+// specialising this (strings, vectors, config values hold only pointers to
+// storage elsewhere). Vectors relocate such elements with one memcpy.
+template <typename T, typename = void>
+struct is_trivially_relocatable : std::is_trivially_copyable<T> {};
+
+// A record may also declare itself so with a member
+// `static constexpr bool TRIVIALLY_RELOCATABLE = true;`.
+template <typename T>
+struct is_trivially_relocatable<T, std::enable_if_t<T::TRIVIALLY_RELOCATABLE>> : std::true_type {};
+
 namespace container_detail {
 
 template <typename T>
@@ -193,6 +205,34 @@ public:
     _size += n;
   }
 
+  // Grows the size by n (by the growth rule) and returns the first new
+  // element, left uninitialised: for plain types the caller fills it.
+  T* extend(uint32_t n) {
+    static_assert(std::is_trivially_copyable<T>::value, "extend leaves elements uninitialised");
+    if (_size + n > _capacity)
+      grow(_size + n);
+    T* p = _data + _size;
+    _size += n;
+    return p;
+  }
+
+  // For writers that fill the storage in place: makes room for n elements
+  // past the size (growing by the rule) and returns the first of them. The
+  // size is unchanged until set_size.
+  T* make_room(uint32_t n) {
+    static_assert(std::is_trivially_copyable<T>::value, "make_room leaves elements uninitialised");
+    if (_size + n > _capacity)
+      grow(_size + n);
+    return _data + _size;
+  }
+
+  // Sets the size of a vector of plain elements filled in place.
+  void set_size(uint32_t n) {
+    static_assert(std::is_trivially_copyable<T>::value, "set_size does not construct elements");
+    TW_ASSERT(n <= _capacity);
+    _size = n;
+  }
+
   void pop_back() {
     TW_ASSERT(_size > 0);
     --_size;
@@ -253,6 +293,13 @@ public:
     TW_ASSERT(index <= _size);
     if (_size + 1 > _capacity)
       grow_for_push();
+    if constexpr (is_trivially_relocatable<T>::value) {
+      // Shift the bytes up and build the new element in the hole.
+      memmove(static_cast<void*>(_data + index + 1), _data + index, sizeof(T) * (_size - index));
+      container_detail::construct_move(_data + index, std::move(value), *_allocator);
+      ++_size;
+      return;
+    }
     if (index == _size) {
       container_detail::construct_move(_data + _size, std::move(value), *_allocator);
     } else {
@@ -267,6 +314,12 @@ public:
   // Removes the element at `index`, keeping the order of the rest.
   void erase(uint32_t index) {
     TW_ASSERT(index < _size);
+    if constexpr (is_trivially_relocatable<T>::value) {
+      _data[index].~T();
+      memmove(static_cast<void*>(_data + index), _data + index + 1, sizeof(T) * (_size - index - 1));
+      --_size;
+      return;
+    }
     for (uint32_t i = index; i + 1 < _size; ++i)
       _data[i] = std::move(_data[i + 1]);
     pop_back();
@@ -297,7 +350,7 @@ private:
   static void relocate(T* dst, T* src, uint32_t n) {
     if (n == 0)
       return;
-    if constexpr (std::is_trivially_copyable<T>::value) {
+    if constexpr (is_trivially_relocatable<T>::value) {
       memcpy(static_cast<void*>(dst), src, sizeof(T) * n);
     } else {
       for (uint32_t i = 0; i < n; ++i) {
@@ -312,5 +365,8 @@ private:
   T* _data;
   Allocator* _allocator;
 };
+
+template <typename T>
+struct is_trivially_relocatable<Vector<T>, void> : std::true_type {};
 
 } // namespace foundation

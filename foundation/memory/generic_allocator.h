@@ -38,6 +38,11 @@ public:
   // Where a block came from. For tests.
   Route owner_of(void* p);
 
+  // The allocators beneath each route.
+  PageAllocator& page_allocator() const { return *_page; }
+  HeapAllocator& heap_allocator() const { return *_heap; }
+  SlotAllocator& slot_allocator() const { return *_slot; }
+
 private:
   TraceAllocator& target(Route r);
 

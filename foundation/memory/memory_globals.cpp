@@ -62,6 +62,9 @@ void destroy_on_bootstrap(T*& p) {
 } // namespace
 
 void init() {
+  TW_ASSERT_MSG(!is_inited(), "the memory system is already started");
+  if (is_inited())
+    return;
   g_bootstrap = new (g_bootstrap_storage) HeapAllocator(nullptr, g_bootstrap_buffer, BOOTSTRAP_HEAP_SIZE, true);
   g_registry.store(make_on_bootstrap<AllocatorRegistry>());
   g_page = make_on_bootstrap<PageAllocator>("page_allocator", true);

@@ -37,6 +37,7 @@ public:
   uint32_t max_size() const { return 1024; }
   uint32_t max_align() const { return 1024; }
   uint32_t chunk_size() const { return _chunk_size; }
+  uint32_t page_size() const { return _page_size; }
   uint32_t chunk_count() const { return _num_chunks; }
 
   struct PageHeader;

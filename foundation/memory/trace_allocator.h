@@ -36,7 +36,7 @@ private:
   uint32_t _peak_size;
   bool _thread_safe;
   CriticalSection _lock;
-  uint32_t _reserved;
+  [[maybe_unused]] uint32_t _reserved; // kept zero; counts nothing in this product
 };
 
 } // namespace foundation

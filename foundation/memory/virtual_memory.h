@@ -5,9 +5,11 @@
 // bytes, every block starts on a 64 KiB boundary (more is mapped and the
 // slack unmapped), and the size of each block is remembered here so that
 // region_size answers as VirtualQuery would. The POSIX side also keeps a few
-// released blocks of up to 1 MiB mapped (at most 16 MiB in all) and hands
-// them out again, so that a block freed and asked for again does not cost
-// two system calls and a round of page faults. Contents of a new block are
+// released blocks mapped (at most 32 of them and 64 MiB in all) and hands
+// them out again for a request of the same size, so that a block freed and
+// asked for again does not cost two system calls and a round of page faults
+// (the C runtime's heap keeps freed memory in the same way). Blocks of
+// 256 KiB and more are populated when mapped. Contents of a new block are
 // undefined.
 //
 // Each platform provides all four functions (virtual_memory_posix.cpp,

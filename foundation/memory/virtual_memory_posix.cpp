@@ -32,8 +32,8 @@ RegionTable g_table;
 
 // Released blocks kept mapped for reuse, newest last.
 const uint32_t CACHE_ENTRIES = 32;
-const uint32_t CACHE_MAX_BLOCK = 1u << 20;
-const uint32_t CACHE_MAX_TOTAL = 16u << 20;
+const uint32_t CACHE_MAX_BLOCK = 64u << 20;
+const uint32_t CACHE_MAX_TOTAL = 64u << 20;
 struct CachedRegion {
   uintptr_t address;
   uint32_t size;
@@ -158,9 +158,12 @@ void* allocate(uint32_t size) {
       return nullptr;
     }
   }
-  // Map one granule more and trim both ends to a granule boundary.
+  // Map one granule more and trim both ends to a granule boundary. Large
+  // blocks are filled in one go: whoever asks for whole pages uses them, and
+  // one system call is far cheaper than a fault on every page.
   size_t mapped = rounded + g;
-  void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  int populate = rounded >= (256u << 10) ? MAP_POPULATE : 0;
+  void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | populate, -1, 0);
   if (p == MAP_FAILED)
     return nullptr;
   uintptr_t start = uintptr_t(p);

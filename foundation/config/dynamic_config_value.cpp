@@ -1,0 +1,286 @@
+#include "foundation/config/dynamic_config_value.h"
+
+#include "foundation/error/assert.h"
+
+namespace foundation {
+
+typedef DynamicConfigValue DCV;
+
+DCV::DynamicConfigValue(const DCV& other) : _tag(NIL) {
+  _payload.allocator = other.allocator();
+  *this = other;
+}
+
+DCV::DynamicConfigValue(DCV&& other) noexcept : _tag(other._tag), _payload(other._payload) {
+  Allocator* a = other.allocator();
+  other._tag &= ~7u;
+  other._payload.allocator = a;
+}
+
+Allocator* DCV::allocator() const {
+  switch (kind()) {
+  case NIL:
+    return _payload.allocator;
+  case STRING:
+    return &static_cast<String*>(_payload.pointer)->allocator();
+  case DATA:
+    return &static_cast<Data*>(_payload.pointer)->allocator();
+  case ARRAY:
+    return &static_cast<Array*>(_payload.pointer)->allocator();
+  case OBJECT:
+    return &static_cast<Object*>(_payload.pointer)->allocator();
+  default:
+    return nullptr;
+  }
+}
+
+Allocator& DCV::required_allocator() const {
+  Allocator* _allocator = allocator();
+  TW_ASSERT(_allocator);
+  return *_allocator;
+}
+
+const DCV& DCV::nil() {
+  static const DCV shared;
+  return shared;
+}
+
+// ---------------------------------------------------------------------------
+// Writing
+
+void DCV::release_records() {
+  Allocator* a = allocator();
+  switch (kind()) {
+  case STRING:
+    a->make_delete(static_cast<String*>(_payload.pointer));
+    break;
+  case DATA:
+    a->make_delete(static_cast<Data*>(_payload.pointer));
+    break;
+  case ARRAY:
+    a->make_delete(static_cast<Array*>(_payload.pointer));
+    break;
+  case OBJECT:
+    a->make_delete(static_cast<Object*>(_payload.pointer));
+    break;
+  default:
+    break;
+  }
+  set_kind(NIL);
+  _payload.allocator = a;
+}
+
+void DCV::set_string(const char* text) { set_string(text, uint32_t(strlen(text))); }
+
+void DCV::set_string(const char* text, uint32_t length) {
+  set_nil();
+  Allocator& a = required_allocator();
+  String* s = a.make_new<String>(a);
+  s->assign(text, length);
+  set_kind(STRING);
+  _payload.pointer = s;
+}
+
+void DCV::set_data(const void* bytes, uint32_t length) {
+  set_nil();
+  Allocator& a = required_allocator();
+  Data* d = a.make_new<Data>(a);
+  d->push_back_n(static_cast<const uint8_t*>(bytes), length);
+  set_kind(DATA);
+  _payload.pointer = d;
+}
+
+void DCV::set_object() {
+  set_nil();
+  Allocator& a = required_allocator();
+  Object* o = a.make_new<Object>(a, OBJECT_NODE_CAPACITY);
+  set_kind(OBJECT);
+  _payload.pointer = o;
+}
+
+void DCV::set_array() {
+  set_nil();
+  Allocator& a = required_allocator();
+  Array* v = a.make_new<Array>(a);
+  set_kind(ARRAY);
+  _payload.pointer = v;
+}
+
+// The writing forms turn nil into the container; any other kind but the
+// container itself is reported as "is_nil()".
+DCV::Array& DCV::array() {
+  if (!is_array()) {
+    TW_ASSERT(is_nil());
+    set_array();
+  }
+  return *static_cast<Array*>(_payload.pointer);
+}
+
+DCV::Object& DCV::object() {
+  if (!is_object()) {
+    TW_ASSERT(is_nil());
+    set_object();
+  }
+  return *static_cast<Object*>(_payload.pointer);
+}
+
+DCV& DCV::push_back_first() { return array().push_back_default(); }
+
+DCV& DCV::at(uint32_t i) {
+  Array& a = array();
+  if (i >= a.size())
+    a.resize(i + 1);
+  return a[i];
+}
+
+DCV& DCV::get(const char* key) { return object().get_or_insert(key); }
+
+bool DCV::remove(const char* key) {
+  if (!is_object())
+    return false;
+  return static_cast<Object*>(_payload.pointer)->remove(key);
+}
+
+// ---------------------------------------------------------------------------
+// Copying
+
+void DCV::copy_records_from(const DCV& other) {
+  Allocator* a = allocator();
+  switch (other.kind()) {
+  case STRING: {
+    const String& src = *static_cast<const String*>(other._payload.pointer);
+    String* s = a->make_new<String>(*a);
+    s->assign(src.c_str(), src.length());
+    _payload.pointer = s;
+    break;
+  }
+  case DATA: {
+    const Data& src = *static_cast<const Data*>(other._payload.pointer);
+    _payload.pointer = a->make_new<Data>(src, *a);
+    break;
+  }
+  case ARRAY: {
+    const Array& src = *static_cast<const Array*>(other._payload.pointer);
+    Array* v = a->make_new<Array>(*a);
+    v->reserve(src.size());
+    for (const DCV& e : src)
+      v->push_back(e);
+    _payload.pointer = v;
+    break;
+  }
+  case OBJECT: {
+    const Object& src = *static_cast<const Object*>(other._payload.pointer);
+    Object* o = a->make_new<Object>(*a, OBJECT_NODE_CAPACITY);
+    for (Iterator it = src.begin(); it != src.end(); ++it)
+      o->get_or_insert(it.key().c_str()) = it.value();
+    _payload.pointer = o;
+    break;
+  }
+  default:
+    break;
+  }
+}
+
+DCV& DCV::operator=(const DCV& other) {
+  if (this == &other)
+    return *this;
+  set_nil();
+  Kind k = other.kind();
+  if (k >= STRING) {
+    // "a": this value needs an allocator for the records it copies.
+    Allocator* a = allocator();
+    TW_ASSERT(a);
+    if (!a)
+      return *this;
+    copy_records_from(other);
+  } else if (k != NIL) {
+    _payload.bits = other._payload.bits;
+  }
+  _tag = other._tag;
+  return *this;
+}
+
+DCV& DCV::operator=(DCV&& other) {
+  if (this == &other)
+    return *this;
+  // A move hands over the value as it is, records and allocator (a nil
+  // value's too), so that values moved inside containers keep what they
+  // were made with whatever the target held before.
+  set_nil();
+  Allocator* a = other.allocator();
+  _payload = other._payload;
+  _tag = other._tag;
+  other._tag &= ~7u;
+  other._payload.allocator = a;
+  return *this;
+}
+
+// ---------------------------------------------------------------------------
+// Reading
+
+bool DCV::to_bool() const {
+  TW_ASSERT(is_bool());
+  return (_payload.bits & 0xFF) != 0;
+}
+
+int32_t DCV::to_integer_mismatch() const {
+  TW_ASSERT(is_integer());
+  return 0;
+}
+
+// The float reader reports the integer condition, as it accepts integers.
+float DCV::to_float_other() const {
+  TW_ASSERT(is_integer());
+  return is_integer() ? float(_payload.integer) : 0.0f;
+}
+
+const char* DCV::to_string() const {
+  TW_ASSERT(is_string());
+  return is_string() ? static_cast<const String*>(_payload.pointer)->c_str() : "";
+}
+
+uint32_t DCV::string_length() const {
+  TW_ASSERT(is_string());
+  return is_string() ? static_cast<const String*>(_payload.pointer)->length() : 0;
+}
+
+const DCV::Data& DCV::to_data() const {
+  TW_ASSERT(is_data());
+  return *static_cast<const Data*>(_payload.pointer);
+}
+
+uint32_t DCV::size() const { return is_array() ? static_cast<const Array*>(_payload.pointer)->size() : 0; }
+
+const DCV& DCV::at(uint32_t i) const {
+  TW_ASSERT(is_array() || is_nil());
+  if (!is_array())
+    return nil();
+  const Array& a = *static_cast<const Array*>(_payload.pointer);
+  return i < a.size() ? a[i] : nil();
+}
+
+const DCV& DCV::get(const char* key) const {
+  TW_ASSERT(is_object() || is_nil());
+  if (!is_object())
+    return nil();
+  Iterator it = static_cast<const Object*>(_payload.pointer)->find(key);
+  return it == Iterator() ? nil() : it.value();
+}
+
+bool DCV::has(const char* key) const {
+  TW_ASSERT(is_object() || is_nil());
+  if (!is_object())
+    return false;
+  return static_cast<const Object*>(_payload.pointer)->has(key);
+}
+
+DCV::Iterator DCV::begin() const {
+  TW_ASSERT(is_object() || is_nil());
+  if (!is_object())
+    return Iterator();
+  return static_cast<const Object*>(_payload.pointer)->begin();
+}
+
+DCV::Iterator DCV::end() const { return Iterator(); }
+
+} // namespace foundation

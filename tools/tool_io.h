@@ -1,0 +1,16 @@
+// Reading and writing whole files for the command-line tools.
+#pragma once
+
+#include "foundation/collection/vector.h"
+
+namespace tools {
+
+// Reads `path` ("-" for standard input) whole into `out`. On failure prints
+// "twi: cannot read PATH: REASON" and returns false.
+bool read_all(const char* path, foundation::Vector<char>& out);
+
+// Writes `text` to `path` ("-" or null for standard output). On failure
+// prints the reason and returns false.
+bool write_all(const char* path, const foundation::Vector<char>& text);
+
+} // namespace tools
