@@ -1,42 +1,63 @@
 #include "tool_io.h"
 
-#include <errno.h>
+#include "foundation/error/error.h"
+#include "foundation/error/log.h"
+#include "foundation/io/file_system.h"
+#include "foundation/memory/memory_globals.h"
+
 #include <stdio.h>
 #include <string.h>
 
+using namespace foundation;
+
 namespace tools {
 
-bool read_all(const char* path, foundation::Vector<char>& out) {
-  bool is_stdin = strcmp(path, "-") == 0;
-  FILE* f = is_stdin ? stdin : fopen(path, "rb");
-  if (!f) {
-    fprintf(stderr, "twi: cannot read %s: %s\n", path, strerror(errno));
-    return false;
+namespace {
+
+// Runs a file operation with reports thrown and kept off the terminal, and
+// prints the report's message on failure.
+template <typename F>
+bool guarded(const char* what, const char* path, F f) {
+  error::ScopedMode mode(ERROR_MODE_THROW);
+  log::set_standard_streams_enabled(false);
+  bool ok = true;
+  try {
+    f();
+  } catch (const ErrorException& e) {
+    ok = false;
+    const char* message = e.message();
+    const char* text = strstr(message, "\n\n");
+    fprintf(stderr, "twi: cannot %s %s: %s\n", what, path, text ? text + 2 : message);
   }
-  char buffer[65536];
-  size_t n;
-  while ((n = fread(buffer, 1, sizeof(buffer), f)) > 0)
-    out.push_back_n(buffer, uint32_t(n));
-  bool ok = !ferror(f);
-  if (!ok)
-    fprintf(stderr, "twi: cannot read %s: %s\n", path, strerror(errno));
-  if (!is_stdin)
-    fclose(f);
+  log::set_standard_streams_enabled(true);
   return ok;
 }
 
-bool write_all(const char* path, const foundation::Vector<char>& text) {
-  bool is_stdout = !path || strcmp(path, "-") == 0;
-  FILE* f = is_stdout ? stdout : fopen(path, "wb");
-  if (!f) {
-    fprintf(stderr, "twi: cannot write %s: %s\n", path, strerror(errno));
-    return false;
+} // namespace
+
+bool read_all(const char* path, Vector<char>& out) {
+  if (strcmp(path, "-") == 0) {
+    char buffer[65536];
+    size_t n;
+    while ((n = fread(buffer, 1, sizeof(buffer), stdin)) > 0)
+      out.push_back_n(buffer, uint32_t(n));
+    return !ferror(stdin);
   }
-  bool ok = fwrite(text.data(), 1, text.size(), f) == text.size();
-  ok = (is_stdout ? fflush(f) : fclose(f)) == 0 && ok;
-  if (!ok)
-    fprintf(stderr, "twi: cannot write %s: %s\n", path ? path : "-", strerror(errno));
-  return ok;
+  return guarded("read", path, [&] {
+    FileSystem fs(memory_globals::default_allocator(), "");
+    fs.read_all(path, out);
+  });
+}
+
+bool write_all(const char* path, const Vector<char>& text) {
+  if (!path || strcmp(path, "-") == 0) {
+    bool ok = fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    return fflush(stdout) == 0 && ok;
+  }
+  return guarded("write", path, [&] {
+    FileSystem fs(memory_globals::default_allocator(), "");
+    fs.write_all(path, text.data(), text.size());
+  });
 }
 
 } // namespace tools

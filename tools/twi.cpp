@@ -2,17 +2,26 @@
 //
 //   twi fmt  [FILE|-] [-o OUT] [--multiline-arrays]   SJSON or JSON in, SJSON out
 //   twi json [FILE|-] [-o OUT] [--pretty]             SJSON or JSON in, JSON out
+//   twi check FILE                                    verify a twi document
+//   twi info FILE                                     summarise a twi document
+//   twi id STRING...                                  hashed ids of strings
 //
 // Run `twi --help` or `twi COMMAND --help` for details.
 #include "tool_io.h"
 
 #include "foundation/config/parse_simplified_json.h"
 #include "foundation/config/sjson_writer.h"
+#include "foundation/error/error.h"
+#include "foundation/error/error_context.h"
 #include "foundation/error/log.h"
 #include "foundation/memory/memory_globals.h"
+#include "foundation/utility/id_string.h"
+#include "scene/document_reader.h"
+#include "scene/scene_check.h"
 
 #include <stdio.h>
 #include <string.h>
+#include <string>
 
 using namespace foundation;
 
@@ -119,6 +128,118 @@ int run_json(int argc, char** argv) {
   return tools::write_all(o.output, out) ? 0 : 1;
 }
 
+// ---------------------------------------------------------------------------
+// twi check / twi info
+
+char g_failure_place[1024];
+
+// Called by the report, before the reader's context guards unwind.
+void remember_place(const char*, void*) { error_context::format(g_failure_place, sizeof(g_failure_place)); }
+
+// Parses and reads a twi document; prints where a wrong one is wrong.
+bool load_scene(const char* path, twi::SceneDatabase& db) {
+  DynamicConfigValue doc(memory_globals::default_allocator());
+  if (!load_document(path, doc))
+    return false;
+  if (!doc.is_object()) {
+    fprintf(stderr, "%s: not a twi document (the root is not an object)\n", path);
+    return false;
+  }
+  error::ScopedMode mode(ERROR_MODE_THROW);
+  log::set_standard_streams_enabled(false);
+  g_failure_place[0] = 0;
+  error::set_report_hook(&remember_place);
+  bool ok = true;
+  try {
+    twi::read_scene_document(db, doc);
+  } catch (const ErrorException& e) {
+    ok = false;
+    const char* message = e.message();
+    // "Assertion failed: is_integer()\n\n" reads better on one line.
+    char line[2048];
+    snprintf(line, sizeof(line), "%s", message);
+    for (char* p = line; *p; ++p)
+      if (*p == '\n')
+        *p = ' ';
+    size_t n = strlen(line);
+    while (n > 0 && line[n - 1] == ' ')
+      line[--n] = 0;
+    fprintf(stderr, "%s: %s%s%s\n", path, g_failure_place, g_failure_place[0] ? ": " : "", line);
+  }
+  error::set_report_hook(nullptr);
+  log::set_standard_streams_enabled(true);
+  return ok;
+}
+
+int run_check(int argc, char** argv) {
+  if (argc != 1 || argv[0][0] == '-') {
+    fprintf(stderr, "usage: twi check FILE\n");
+    return 2;
+  }
+  const char* path = argv[0];
+  twi::SceneDatabase db(memory_globals::default_allocator());
+  if (!load_scene(path, db))
+    return 1;
+  Vector<String> problems(memory_globals::default_allocator());
+  if (twi::check_scene(db, problems)) {
+    printf("ok\n");
+    return 0;
+  }
+  for (const String& p : problems)
+    fprintf(stderr, "%s: %s\n", path, p.c_str());
+  fprintf(stderr, "%s: %u problem%s\n", path, problems.size(), problems.size() == 1 ? "" : "s");
+  return 1;
+}
+
+int run_info(int argc, char** argv) {
+  if (argc != 1 || argv[0][0] == '-') {
+    fprintf(stderr, "usage: twi info FILE\n");
+    return 2;
+  }
+  const char* path = argv[0];
+  twi::SceneDatabase db(memory_globals::default_allocator());
+  if (!load_scene(path, db))
+    return 1;
+  printf("source path: %s\n", db.source_path.c_str());
+  printf("nodes: %u (%u root%s)\n", db.nodes.size(), db.roots.size(), db.roots.size() == 1 ? "" : "s");
+  printf("geometries: %u\n", db.geometries.size());
+  for (auto it = db.geometries.begin(); it != db.geometries.end(); ++it) {
+    const twi::SceneGeometry& g = it.value();
+    uint32_t vertices = g.streams.empty() ? 0 : g.streams[0].size;
+    printf("  %s: %u vertices, %u triangles, %u material%s, streams:", it.key().c_str(), vertices,
+           g.indices.size / 3, g.materials.size(), g.materials.size() == 1 ? "" : "s");
+    for (const twi::GeometryStream& s : g.streams) {
+      for (const twi::StreamChannel& c : s.channels)
+        printf(" %s%s", c.name.c_str(), c.index ? ("[" + std::to_string(c.index) + "]").c_str() : "");
+    }
+    if (!g.skin.is_empty_text())
+      printf(" (skin %s)", g.skin.c_str());
+    printf("\n");
+  }
+  printf("skins: %u\n", db.skins.size());
+  for (auto it = db.skins.begin(); it != db.skins.end(); ++it)
+    printf("  %s: %u joint%s\n", it.key().c_str(), it.value().joints.size(), it.value().joints.size() == 1 ? "" : "s");
+  printf("animations: %u\n", db.animations.size());
+  for (const twi::SceneAnimation& a : db.animations) {
+    float duration = a.times.empty() ? 0.0f : a.times.back();
+    printf("  %s.%s: %u samples over %g s\n", a.node.c_str(), a.parameter.c_str(), a.stream.size, double(duration));
+  }
+  return 0;
+}
+
+int run_id(int argc, char** argv) {
+  if (argc < 1) {
+    fprintf(stderr, "usage: twi id STRING...\n");
+    return 2;
+  }
+  for (int i = 0; i < argc; ++i) {
+    IdString64 id64(argv[i]);
+    IdString32 id32(argv[i]);
+    printf("%s %s %s\n", argv[i], id64.to_string(), id32.to_string());
+  }
+  return 0;
+}
+
 const Command COMMANDS[] = {
     {"fmt", "twi fmt [FILE|-] [-o OUT] [--multiline-arrays]",
      "Reads an SJSON or JSON document (standard input when FILE is - or absent)\n"
@@ -133,6 +254,23 @@ const Command COMMANDS[] = {
      "  -o OUT     write to OUT instead of standard output\n"
      "  --pretty   one member or element per line\n",
      run_json},
+    {"check", "twi check FILE",
+     "Reads a twi document and verifies it: the document's keys and kinds, then\n"
+     "that referenced nodes, geometries and skins exist, each stream's stride and\n"
+     "data length, one index list per stream with every index in range, material\n"
+     "primitives below the triangle count, and that every node is reached exactly\n"
+     "once from the roots. Prints \"ok\" and exits 0, or prints every problem with\n"
+     "its place and exits 1.\n",
+     run_check},
+    {"info", "twi info FILE",
+     "Summarises a twi document: source path, nodes and roots, geometries with\n"
+     "their vertex and triangle counts and streams, skins with their joints,\n"
+     "animations with their samples and duration.\n",
+     run_info},
+    {"id", "twi id STRING...",
+     "Prints, for each string, the string, its 64-bit hashed id and its 32-bit\n"
+     "hashed id in their #ID[...] form.\n",
+     run_id},
     {nullptr, nullptr, nullptr, nullptr},
 };
 

@@ -139,6 +139,9 @@ public:
   }
   DynamicConfigValue& at(uint32_t i);
   DynamicConfigValue& get(const char* key);
+  // Makes room for n elements (turning nil into an array first), so that a
+  // writer that knows the length appends without growing.
+  void reserve(uint32_t n) { array().reserve(n); }
   // Removes a member of an object; returns whether there was one.
   bool remove(const char* key);
 

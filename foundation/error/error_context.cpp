@@ -77,6 +77,24 @@ void log_entries() {
   }
 }
 
+void format(char* out, unsigned size) {
+  if (size == 0)
+    return;
+  out[0] = 0;
+  Vector<Entry>* stack = _thread_error_context_stack;
+  if (!stack)
+    return;
+  unsigned used = 0;
+  for (const Entry& e : *stack) {
+    char value[512];
+    e.render(e.value, value, sizeof(value));
+    int n = snprintf(out + used, size - used, "%s%s %s", used ? " > " : "", e.label, value);
+    if (n < 0 || unsigned(n) >= size - used)
+      return;
+    used += unsigned(n);
+  }
+}
+
 } // namespace error_context
 
 // Without a memory system there is nowhere to keep a stack; such guards do nothing.

@@ -35,6 +35,10 @@ uint32_t depth();
 // Logs every entry of the calling thread's stack to system "Context".
 void log_entries();
 
+// Writes the entries as one line, oldest first: "node pCube1 > key local"
+// ("" when there are none).
+void format(char* out, unsigned size);
+
 } // namespace error_context
 
 class ErrorContext {

@@ -1,0 +1,163 @@
+#include "scene/document_writer.h"
+
+#include "foundation/memory/temp_allocator.h"
+
+#include <string.h>
+
+namespace twi {
+
+using foundation::DynamicConfigValue;
+typedef DynamicConfigValue DCV;
+
+namespace {
+
+void write_floats(DCV& array, const float* values, uint32_t n) {
+  array.reserve(n);
+  for (uint32_t i = 0; i < n; ++i)
+    array.push_back().set_float(values[i]);
+}
+
+void write_stream(const GeometryStream& stream, DCV& out) {
+  DCV& channels = out.get("channels");
+  uint32_t components = 0;
+  for (const StreamChannel& c : stream.channels) {
+    DCV& channel = channels.push_back();
+    channel.get("name").set_string(c.name.c_str(), c.name.length());
+    channel.get("index").set_integer(int32_t(c.index));
+    channel.get("type").set_string(channel_type_name(c.type));
+    components += channel_type_components(c.type);
+  }
+  out.get("stride").set_integer(int32_t(stream.stride));
+  out.get("size").set_integer(int32_t(stream.size));
+  DCV& data = out.get("data");
+  if (stream.size == 0)
+    return;
+  // Walk the bytes by the channels' sizes; the stride is not consulted.
+  data.reserve(stream.size * components);
+  const uint8_t* p = stream.data.data();
+  for (uint32_t e = 0; e < stream.size; ++e) {
+    for (const StreamChannel& c : stream.channels) {
+      uint32_t n = channel_type_components(c.type);
+      for (uint32_t i = 0; i < n; ++i) {
+        float f;
+        memcpy(&f, p + 4 * i, 4);
+        data.push_back().set_float(f);
+      }
+      p += 4 * n;
+    }
+  }
+}
+
+void write_node(const SceneDatabase& db, const SceneNode& node, DCV& out) {
+  if (!node.parent.is_empty_text())
+    out.get("parent").set_string(node.parent.c_str(), node.parent.length());
+  write_floats(out.get("local"), node.local, 16);
+  if (!node.geometries.empty()) {
+    DCV& geometries = out.get("geometries");
+    for (const String& g : node.geometries)
+      geometries.push_back().set_string(g.c_str(), g.length());
+  }
+  if (!node.children.empty()) {
+    DCV& children = out.get("children");
+    for (const String& name : node.children) {
+      foundation::ScopedTempAllocator scratch;
+      String key(name, scratch); // the lookup uses a copy of the name
+      auto it = db.nodes.find(key.c_str());
+      if (it != db.nodes.end())
+        write_node(db, it.value(), children.get(key.c_str()));
+    }
+  }
+}
+
+void write_geometry(const SceneGeometry& g, DCV& out) {
+  if (!g.streams.empty()) {
+    DCV& streams = out.get("streams");
+    for (const GeometryStream& s : g.streams)
+      write_stream(s, streams.push_back());
+  }
+  if (!g.indices.streams.empty()) {
+    DCV& indices = out.get("indices");
+    indices.get("size").set_integer(int32_t(g.indices.size));
+    indices.get("type").set_string(index_type_name(g.indices.type));
+    DCV& lists = indices.get("streams");
+    for (const Vector<uint32_t>& list : g.indices.streams) {
+      DCV& l = lists.push_back();
+      if (list.empty())
+        continue; // an empty list is written as null
+      l.reserve(list.size());
+      for (uint32_t v : list)
+        l.push_back().set_integer(int32_t(v));
+    }
+  }
+  if (!g.materials.empty()) {
+    DCV& materials = out.get("materials");
+    for (const MaterialGroup& m : g.materials) {
+      DCV& material = materials.push_back();
+      material.get("name").set_string(m.name.c_str(), m.name.length());
+      DCV& primitives = material.get("primitives");
+      if (!m.primitives.empty())
+        primitives.reserve(m.primitives.size());
+      for (uint32_t p : m.primitives)
+        primitives.push_back().set_integer(int32_t(p));
+    }
+  }
+  if (!g.smoothing.empty()) {
+    DCV& smoothing = out.get("smoothing");
+    for (uint32_t v : g.smoothing)
+      smoothing.push_back().set_integer(int32_t(v));
+  }
+  if (!g.skin.is_empty_text())
+    out.get("skin").set_string(g.skin.c_str(), g.skin.length());
+}
+
+void write_skin(const SceneSkin& skin, DCV& out) {
+  write_floats(out.get("bind_matrix"), skin.bind_matrix, 16);
+  DCV& joints = out.get("joints");
+  for (const SkinJoint& j : skin.joints) {
+    DCV& joint = joints.push_back();
+    joint.get("name").set_string(j.name.c_str(), j.name.length());
+    write_floats(joint.get("inv_bind_matrix"), j.inv_bind_matrix, 16);
+  }
+}
+
+void write_animation(const SceneAnimation& a, DCV& out) {
+  out.get("node").set_string(a.node.c_str(), a.node.length());
+  out.get("parameter").set_string(a.parameter.c_str(), a.parameter.length());
+  if (!a.times.empty()) {
+    DCV& times = out.get("times");
+    times.reserve(a.times.size());
+    for (uint32_t i = 0; i < a.times.size(); ++i)
+      times.at(i).set_float(a.times[i]);
+  }
+  write_stream(a.stream, out.get("stream"));
+}
+
+} // namespace
+
+void write_scene_document(const SceneDatabase& db, DCV& root) {
+  root.set_object();
+  DCV& nodes = root.get("nodes");
+  for (const String& name : db.roots) {
+    auto it = db.nodes.find(name.c_str());
+    if (it != db.nodes.end())
+      write_node(db, it.value(), nodes.get(name.c_str()));
+  }
+  if (!db.geometries.empty()) {
+    DCV& geometries = root.get("geometries");
+    for (auto it = db.geometries.begin(); it != db.geometries.end(); ++it)
+      write_geometry(it.value(), geometries.get(it.key().c_str()));
+  }
+  if (!db.animations.empty()) {
+    DCV& animations = root.get("animations");
+    for (uint32_t i = 0; i < db.animations.size(); ++i)
+      write_animation(db.animations[i], animations.at(i));
+  }
+  if (!db.skins.empty()) {
+    DCV& skins = root.get("skins");
+    for (auto it = db.skins.begin(); it != db.skins.end(); ++it)
+      write_skin(it.value(), skins.get(it.key().c_str()));
+  }
+  root.get("source_path").set_string(db.source_path.c_str(), db.source_path.length());
+}
+
+} // namespace twi

@@ -1,0 +1,175 @@
+#include "scene/scene_check.h"
+
+#include "foundation/memory/temp_allocator.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+
+namespace twi {
+
+namespace {
+
+class Checker {
+public:
+  Checker(const SceneDatabase& db, Vector<String>& problems) : _db(db), _problems(problems) {}
+
+  void problem(const char* place, const char* format, ...) TW_PRINTF_FORMAT(3, 4) {
+    char message[512];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(message, sizeof(message), format, args);
+    va_end(args);
+    char line[1024];
+    snprintf(line, sizeof(line), "%s: %s", place, message);
+    _problems.push_back_default() = line;
+  }
+
+  void check_stream(const char* place, const GeometryStream& s) {
+    uint32_t channel_bytes = 0;
+    for (const StreamChannel& c : s.channels)
+      channel_bytes += channel_type_size(c.type);
+    if (channel_bytes != s.stride)
+      problem(place, "stride is %u but the channels take %u bytes", s.stride, channel_bytes);
+    uint64_t expected = uint64_t(s.size) * s.stride;
+    if (s.data.size() != expected)
+      problem(place, "data holds %u bytes, not size %u times stride %u", s.data.size(), s.size, s.stride);
+  }
+
+  void check_geometry(const char* name, const SceneGeometry& g) {
+    char place[512];
+    for (uint32_t i = 0; i < g.streams.size(); ++i) {
+      snprintf(place, sizeof(place), "geometry %s > stream %u", name, i);
+      check_stream(place, g.streams[i]);
+    }
+    const IndexStreams& indices = g.indices;
+    snprintf(place, sizeof(place), "geometry %s > indices", name);
+    if (!indices.streams.empty()) {
+      if (indices.streams.size() != g.streams.size())
+        problem(place, "%u index lists for %u streams", indices.streams.size(), g.streams.size());
+      if (indices.size % 3 != 0)
+        problem(place, "size %u is not three entries per triangle", indices.size);
+      for (uint32_t s = 0; s < indices.streams.size(); ++s) {
+        const Vector<uint32_t>& list = indices.streams[s];
+        char list_place[600];
+        snprintf(list_place, sizeof(list_place), "%s > list %u", place, s);
+        if (list.size() != indices.size)
+          problem(list_place, "holds %u entries, not size %u", list.size(), indices.size);
+        if (s >= g.streams.size())
+          continue;
+        uint32_t limit = g.streams[s].size;
+        for (uint32_t i = 0; i < list.size(); ++i) {
+          if (list[i] >= limit) {
+            char entry_place[700];
+            snprintf(entry_place, sizeof(entry_place), "%s > entry %u", list_place, i);
+            problem(entry_place, "index %u is not below the stream size %u", list[i], limit);
+            break; // one report per list is enough
+          }
+        }
+      }
+    }
+    uint32_t triangles = indices.size / 3;
+    for (uint32_t m = 0; m < g.materials.size(); ++m) {
+      const MaterialGroup& group = g.materials[m];
+      for (uint32_t p : group.primitives) {
+        if (p >= triangles) {
+          snprintf(place, sizeof(place), "geometry %s > material %s", name, group.name.c_str());
+          problem(place, "primitive %u is not below the triangle count %u", p, triangles);
+          break;
+        }
+      }
+    }
+    if (!g.skin.is_empty_text() && !_db.skins.has(g.skin.c_str())) {
+      snprintf(place, sizeof(place), "geometry %s > skin", name);
+      problem(place, "no skin named %s", g.skin.c_str());
+    }
+  }
+
+  // Walks a node's subtree; counts visits per node name.
+  void visit(const char* name, const char* expected_parent, uint32_t depth) {
+    auto it = _db.nodes.find(name);
+    if (it == _db.nodes.end())
+      return;
+    uint32_t& visits = _visits.get_or_insert(name);
+    if (++visits > 1) {
+      char place[512];
+      snprintf(place, sizeof(place), "node %s", name);
+      problem(place, "reached more than once from the roots");
+      return;
+    }
+    const SceneNode& node = it.value();
+    char place[512];
+    snprintf(place, sizeof(place), "node %s", name);
+    if (strcmp(node.parent.c_str(), expected_parent) != 0)
+      problem(place, "parent is \"%s\" but it is listed under \"%s\"", node.parent.c_str(), expected_parent);
+    if (depth > 10000)
+      return;
+    for (const String& child : node.children) {
+      if (!_db.nodes.has(child.c_str())) {
+        snprintf(place, sizeof(place), "node %s > children", name);
+        problem(place, "no node named %s", child.c_str());
+        continue;
+      }
+      visit(child.c_str(), name, depth + 1);
+    }
+    for (const String& g : node.geometries) {
+      if (!_db.geometries.has(g.c_str())) {
+        snprintf(place, sizeof(place), "node %s > geometries", name);
+        problem(place, "no geometry named %s", g.c_str());
+      }
+    }
+  }
+
+  void run() {
+    for (const String& root : _db.roots) {
+      if (!_db.nodes.has(root.c_str()))
+        problem("roots", "no node named %s", root.c_str());
+      else
+        visit(root.c_str(), "", 0);
+    }
+    for (auto it = _db.nodes.begin(); it != _db.nodes.end(); ++it) {
+      if (!_visits.has(it.key().c_str())) {
+        char place[512];
+        snprintf(place, sizeof(place), "node %s", it.key().c_str());
+        problem(place, "not reached from the roots");
+      }
+      const String& parent = it.value().parent;
+      if (!parent.is_empty_text() && !_db.nodes.has(parent.c_str())) {
+        char place[512];
+        snprintf(place, sizeof(place), "node %s > parent", it.key().c_str());
+        problem(place, "no node named %s", parent.c_str());
+      }
+    }
+    for (auto it = _db.geometries.begin(); it != _db.geometries.end(); ++it)
+      check_geometry(it.key().c_str(), it.value());
+    for (uint32_t i = 0; i < _db.animations.size(); ++i) {
+      const SceneAnimation& a = _db.animations[i];
+      char place[512];
+      snprintf(place, sizeof(place), "animation %u (%s)", i, a.node.c_str());
+      if (!_db.nodes.has(a.node.c_str()))
+        problem(place, "no node named %s", a.node.c_str());
+      if (a.times.size() != a.stream.size)
+        problem(place, "%u times for %u samples", a.times.size(), a.stream.size);
+      char stream_place[600];
+      snprintf(stream_place, sizeof(stream_place), "%s > stream", place);
+      check_stream(stream_place, a.stream);
+    }
+  }
+
+private:
+  const SceneDatabase& _db;
+  Vector<String>& _problems;
+  foundation::ScopedTempAllocator _scratch;
+  Map<String, uint32_t> _visits{_scratch, 16};
+};
+
+} // namespace
+
+bool check_scene(const SceneDatabase& database, Vector<String>& problems) {
+  uint32_t before = problems.size();
+  Checker checker(database, problems);
+  checker.run();
+  return problems.size() == before;
+}
+
+} // namespace twi

@@ -1,0 +1,23 @@
+// Checking a SceneDatabase against the invariants the format promises.
+//
+// Every violation is reported with its place, for example
+//   "node rig > children: no node named arm"
+//   "geometry body > stream 2: stride is 12 but the channels take 8 bytes"
+//   "geometry body > indices > list 0 > entry 7: index 40 is not below the stream size 24"
+// The checks: referenced nodes, geometries and skins exist; each stream's
+// stride is the sum of its channel sizes and its data is size * stride
+// bytes; there is one index list per stream with `size` entries, each below
+// its stream's size, and `size` is a multiple of three; material primitives
+// are below the triangle count; following children from the roots reaches
+// every node exactly once; animations name existing nodes and have one time
+// per sample.
+#pragma once
+
+#include "scene/scene_database.h"
+
+namespace twi {
+
+// Appends one text per violation to `problems`; returns whether there was none.
+bool check_scene(const SceneDatabase& database, Vector<String>& problems);
+
+} // namespace twi

@@ -1,0 +1,106 @@
+// The twi command-line tool, run as a user runs it.
+#include "foundation/config/sjson_writer.h"
+#include "foundation/memory/memory_globals.h"
+#include "scene/document_writer.h"
+#include "scene_fixtures.h"
+#include "support/test_support.h"
+
+#include <stdio.h>
+#include <string>
+
+using namespace foundation;
+
+namespace {
+
+struct ToolRun {
+  int status;
+  std::string output; // standard output and standard error together
+};
+
+ToolRun run_twi(const std::string& arguments) {
+  std::string command = std::string(TW_TWI_TOOL) + " " + arguments + " 2>&1";
+  ToolRun r;
+  FILE* p = popen(command.c_str(), "r");
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof(buffer), p)) > 0)
+    r.output.append(buffer, n);
+  int status = pclose(p);
+  r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return r;
+}
+
+std::string document_text(const twi::SceneDatabase& db) {
+  DCV root(memory_globals::default_allocator());
+  twi::write_scene_document(db, root);
+  Vector<char> text(memory_globals::default_allocator());
+  write_sjson(root, text, SjsonWriteOptions());
+  return std::string(text.data(), text.size());
+}
+
+} // namespace
+
+TEST(TwiTool, CheckAcceptsWhatTheWriterProducesAndInfoSummarisesIt) {
+  test::TempDirectory dir;
+  twi::SceneDatabase db(memory_globals::default_allocator());
+  test::fill_full_database(db);
+  test::write_file(dir.file("full.twi"), document_text(db));
+  ToolRun check = run_twi("check " + dir.file("full.twi"));
+  EXPECT_EQ(check.status, 0) << check.output;
+  EXPECT_EQ(check.output, "ok\n");
+  ToolRun info = run_twi("info " + dir.file("full.twi"));
+  EXPECT_EQ(info.status, 0);
+  EXPECT_NE(info.output.find("source path: C:/scenes/rig.mb\n"), std::string::npos) << info.output;
+  EXPECT_NE(info.output.find("nodes: 4 (2 roots)\n"), std::string::npos) << info.output;
+  EXPECT_NE(info.output.find("  hip: 3 vertices, 1 triangles, 2 materials, streams: POSITION TEXCOORD[1] (skin hip)\n"),
+            std::string::npos)
+      << info.output;
+  EXPECT_NE(info.output.find("  hip: 1 joint\n"), std::string::npos);
+  EXPECT_NE(info.output.find("  rig.matrix: 2 samples over 0.03125 s\n"), std::string::npos);
+}
+
+TEST(TwiTool, CheckNamesThePlaceOfWhatIsWrong) {
+  test::TempDirectory dir;
+  test::write_file(dir.file("short.twi"), "nodes = { pCube1 = { local = [ 1 2 3 ] } }\nsource_path = \"\"\n");
+  ToolRun r = run_twi("check " + dir.file("short.twi"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.output, dir.file("short.twi") + ": node pCube1 > key local: Assertion failed: is_integer()\n");
+
+  twi::SceneDatabase db(memory_globals::default_allocator());
+  test::fill_full_database(db);
+  db.geometries.get_or_insert("hip").indices.streams[0][2] = 3;
+  db.nodes.get_or_insert("rig").children.push_back_default() = "arm";
+  test::write_file(dir.file("broken.twi"), document_text(db));
+  r = run_twi("check " + dir.file("broken.twi"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.output.find(": geometry hip > indices > list 0 > entry 2: index 3 is not below the stream size 3\n"),
+            std::string::npos)
+      << r.output;
+
+  test::write_file(dir.file("syntax.twi"), "a = 1\nb = [ 1 2 \n");
+  r = run_twi("check " + dir.file("syntax.twi"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.output, dir.file("syntax.twi") + ":3: Reached end of string while parsing\n\n");
+
+  r = run_twi("check " + dir.file("missing.twi"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.output.find("cannot read"), std::string::npos);
+}
+
+TEST(TwiTool, IdFmtJsonAndHelp) {
+  ToolRun id = run_twi("id hello \"\"");
+  EXPECT_EQ(id.output, "hello #ID[1e68d17c457bf117] #ID[1e68d17c]\n #ID[0000000000000000] #ID[00000000]\n");
+  test::TempDirectory dir;
+  test::write_file(dir.file("in.json"), "{\"b\": [1, 2.5], \"a\": {\"c\": \"x\"}}");
+  ToolRun fmt = run_twi("fmt " + dir.file("in.json"));
+  EXPECT_EQ(fmt.output, "\na = {\n\tc = \"x\"\n}\nb = [ 1 2.5 ]\n");
+  ToolRun json = run_twi("fmt " + dir.file("in.json") + " -o " + dir.file("out.sjson") + " && " + TW_TWI_TOOL + " json " +
+                 dir.file("out.sjson"));
+  EXPECT_EQ(json.output, "{ \"a\" : { \"c\" : \"x\"}, \"b\" : [ 1, 2.500000]}\n");
+  for (const char* command : {"fmt", "json", "check", "info", "id"}) {
+    ToolRun help = run_twi(std::string(command) + " --help");
+    EXPECT_EQ(help.status, 0) << command;
+    EXPECT_EQ(help.output.find("usage: twi "), 0u) << command;
+  }
+  EXPECT_EQ(run_twi("frobnicate").status, 2);
+}
