@@ -1,0 +1,132 @@
+// mayasim's scene builder: Maya scenes in a few readable lines.
+//
+//   using namespace mayasim::builder;
+//   new_scene();
+//   MObject rig = transform("rig", MObject(), {0, 100, 0});
+//   MObject hip = joint("hip", rig, {0, 0, 0});
+//   MObject box = transform("crate", MObject(), {150, 0, 0});
+//   mesh(box, "crateShape", cube(50, Normals::Hard));
+//   assign(box, material("crate_mat").shading_group);
+//   key(hip, "rz", 1, 0);
+//   key(hip, "rz", 24, 90);
+//   set_playback_range(1, 24);
+//
+// Lengths are in the scene's internal unit (centimetres unless changed),
+// angles in degrees, times in frames of the scene's time unit.
+#pragma once
+
+#include <maya/MColor.h>
+#include <maya/MDistance.h>
+#include <maya/MObject.h>
+#include <maya/MPoint.h>
+#include <maya/MTime.h>
+
+#include <string>
+#include <vector>
+
+namespace mayasim {
+
+struct MeshData;
+
+namespace builder {
+
+struct Vec3 {
+  double x, y, z;
+};
+
+// A new scene: the world, Maya's default cameras (persp, top, front, side)
+// as default nodes, lambert1 and initialShadingGroup.
+OPENMAYA_EXPORT void new_scene();
+
+// Transforms and joints under `parent` (the world for a null object).
+OPENMAYA_EXPORT MObject transform(const std::string& name, const MObject& parent = MObject(), Vec3 translate = {0, 0, 0},
+                                  Vec3 rotate_degrees = {0, 0, 0}, Vec3 scale = {1, 1, 1});
+OPENMAYA_EXPORT MObject joint(const std::string& name, const MObject& parent = MObject(), Vec3 translate = {0, 0, 0},
+                              Vec3 rotate_degrees = {0, 0, 0});
+// Adds `new_parent` as a further parent of `node` (an instance).
+OPENMAYA_EXPORT void instance(const MObject& node, const MObject& new_parent);
+
+enum class Normals { Smooth, Hard };
+
+struct UvSetDesc {
+  std::string name;
+  std::vector<float> u, v;
+  // UV id of each face-vertex, -1 for an unmapped corner; empty: the vertex id.
+  std::vector<int> ids;
+};
+
+enum class ColorKind { RGB = 3, RGBA = 4, Alpha = 1 };
+
+struct ColorSetDesc {
+  std::string name;
+  ColorKind kind = ColorKind::RGBA;
+  std::vector<MColor> colors;
+  // Colour id of each face-vertex, -1 for none; empty: the vertex id.
+  std::vector<int> ids;
+};
+
+struct MeshDesc {
+  std::vector<MPoint> points;
+  std::vector<std::vector<int>> polygons; // vertex ids in face order
+  Normals normals = Normals::Smooth;
+  std::vector<UvSetDesc> uv_sets;
+  std::vector<ColorSetDesc> color_sets;
+  // Tangents and binormals from the first UV set, when there is one.
+  bool tangents = true;
+};
+
+// A mesh shape under `transform`, assigned to initialShadingGroup; returns the shape.
+OPENMAYA_EXPORT MObject mesh(const MObject& transform, const std::string& shape_name, const MeshDesc& desc);
+// The mesh data of a shape, to adjust in tests.
+OPENMAYA_EXPORT MeshData& mesh_data(const MObject& shape);
+
+// Ready-made meshes: a cube of `size` centred on the origin; a grid of
+// `columns` x `rows` quads in the XZ plane; a capped cylinder standing on
+// the origin; a UV sphere. Each has one UV set "map1".
+OPENMAYA_EXPORT MeshDesc cube(double size, Normals normals = Normals::Hard);
+OPENMAYA_EXPORT MeshDesc grid(int columns, int rows, double cell = 1.0);
+OPENMAYA_EXPORT MeshDesc cylinder(double radius, double height, int segments, int rings, Normals normals = Normals::Smooth);
+OPENMAYA_EXPORT MeshDesc sphere(double radius, int segments, int rings);
+
+struct Material {
+  MObject shader;
+  MObject shading_group;
+};
+// A lambert material and its shading group "<name>SG" (surfaceShader connected).
+OPENMAYA_EXPORT Material material(const std::string& name);
+// A shading group with nothing connected to its surface shader.
+OPENMAYA_EXPORT MObject empty_shading_group(const std::string& name);
+// Assigns polygons (all when empty) of the shape of `node` (a transform or
+// mesh) to a shading group, for one instance.
+OPENMAYA_EXPORT void assign(const MObject& node, const MObject& shading_group, const std::vector<int>& polygons = {},
+                            unsigned instance = 0);
+
+// A skin cluster deforming the mesh of `transform`, made as Maya makes it:
+// an intermediate input shape "<shape>Orig" holding a copy of the mesh, the
+// geometry matrix and each joint's bind pre-matrix (the inverse of its world
+// matrix now). weights[v] holds vertex v's weight per joint, in joint order.
+OPENMAYA_EXPORT MObject skin_cluster(const std::string& name, const MObject& transform,
+                                     const std::vector<MObject>& joints,
+                                     const std::vector<std::vector<double>>& weights,
+                                     const std::vector<unsigned>& logical_indices = {});
+
+// A linear key on a transform channel ("tx" .. "sz"; rotations in degrees).
+OPENMAYA_EXPORT void key(const MObject& transform, const std::string& channel, double frame, double value);
+OPENMAYA_EXPORT void set_time_unit(MTime::Unit unit);
+OPENMAYA_EXPORT void set_playback_range(double start_frame, double end_frame);
+OPENMAYA_EXPORT void set_current_frame(double frame);
+OPENMAYA_EXPORT void set_internal_unit(MDistance::Unit unit);
+
+OPENMAYA_EXPORT void select(const std::vector<MObject>& nodes);
+OPENMAYA_EXPORT void set_visible(const MObject& node, bool visible);
+OPENMAYA_EXPORT void set_intermediate(const MObject& node, bool intermediate);
+OPENMAYA_EXPORT void set_default(const MObject& node, bool is_default);
+OPENMAYA_EXPORT void set_shared(const MObject& node, bool shared);
+OPENMAYA_EXPORT void set_scene_file(const std::string& path);
+// A node of the scene by name, or a null object.
+OPENMAYA_EXPORT MObject find(const std::string& name);
+// A dependency node that is not in the DAG, of any type.
+OPENMAYA_EXPORT MObject dependency_node(const std::string& name, MFn::Type type, const char* type_name);
+
+} // namespace builder
+} // namespace mayasim

@@ -1,0 +1,14 @@
+// MArgDatabase: MArgParser with selection-list results.
+#pragma once
+
+#include <maya/MArgParser.h>
+#include <maya/MSelectionList.h>
+
+class OPENMAYA_EXPORT MArgDatabase : public MArgParser {
+public:
+  MArgDatabase();
+  MArgDatabase(const MSyntax& syntax, const MArgList& argList, MStatus* ReturnStatus = NULL);
+  ~MArgDatabase() override;
+
+  MStatus getObjects(MSelectionList& result) const;
+};

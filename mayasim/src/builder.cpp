@@ -1,0 +1,444 @@
+#include "mayasim/builder.h"
+
+#include "host_state.h"
+
+#include <maya/MDagPath.h>
+
+#include <math.h>
+#include <stdexcept>
+
+namespace mayasim {
+namespace builder {
+
+namespace {
+
+const double DEGREES = 3.14159265358979323846 / 180.0;
+
+Node* require(const MObject& o, const char* what) {
+  Node* n = node_of(o);
+  if (!n)
+    throw std::invalid_argument(std::string("mayasim builder: no node for ") + what);
+  return n;
+}
+
+Node* parent_or_world(const MObject& parent) {
+  Node* n = node_of(parent);
+  return n ? n : scene().world;
+}
+
+MMatrix world_matrix(Node* n) {
+  MMatrix m;
+  for (Node* at = n; at && at->type != MFn::kWorld; at = at->parents.empty() ? nullptr : at->parents[0])
+    m = m * at->local_matrix(scene().current_time);
+  return m;
+}
+
+Node* mesh_shape(const MObject& node) {
+  Node* n = require(node, "mesh");
+  if (n->is_transform())
+    n = shape_below(n);
+  if (!n || !n->mesh)
+    throw std::invalid_argument("mayasim builder: not a mesh");
+  return n;
+}
+
+MFloatVector face_normal(const MeshData& m, const std::vector<int>& ids) {
+  double nx = 0, ny = 0, nz = 0;
+  for (size_t i = 0; i < ids.size(); ++i) {
+    const MPoint& a = m.points[size_t(ids[i])];
+    const MPoint& b = m.points[size_t(ids[(i + 1) % ids.size()])];
+    nx += (a.y - b.y) * (a.z + b.z);
+    ny += (a.z - b.z) * (a.x + b.x);
+    nz += (a.x - b.x) * (a.y + b.y);
+  }
+  return MFloatVector(float(nx), float(ny), float(nz)).normal();
+}
+
+// Per face-vertex tangent frames from the first UV set.
+void compute_tangents(MeshData& m) {
+  m.tangents.clear();
+  m.binormals.clear();
+  m.tangent_ids.clear();
+  if (m.uv_sets.empty())
+    return;
+  const UvSet& uv = m.uv_sets[0];
+  for (size_t f = 0; f < m.polygons.size(); ++f) {
+    const std::vector<int>& ids = m.polygons[f];
+    int offset = m.face_offsets[f];
+    MFloatVector tangent(1, 0, 0);
+    // The UV gradient over the face's first three corners.
+    int a = uv.face_vertex_ids[size_t(offset)], b = uv.face_vertex_ids[size_t(offset + 1)],
+        c = uv.face_vertex_ids[size_t(offset + 2)];
+    if (a >= 0 && b >= 0 && c >= 0) {
+      MPoint p0 = m.points[size_t(ids[0])], p1 = m.points[size_t(ids[1])], p2 = m.points[size_t(ids[2])];
+      double du1 = uv.u[size_t(b)] - uv.u[size_t(a)], dv1 = uv.v[size_t(b)] - uv.v[size_t(a)];
+      double du2 = uv.u[size_t(c)] - uv.u[size_t(a)], dv2 = uv.v[size_t(c)] - uv.v[size_t(a)];
+      double det = du1 * dv2 - du2 * dv1;
+      if (fabs(det) > 1e-12) {
+        double r = 1.0 / det;
+        MPoint e1 = p1 - p0, e2 = p2 - p0;
+        tangent = MFloatVector(float((e1.x * dv2 - e2.x * dv1) * r), float((e1.y * dv2 - e2.y * dv1) * r),
+                               float((e1.z * dv2 - e2.z * dv1) * r))
+                      .normal();
+      }
+    }
+    for (size_t i = 0; i < ids.size(); ++i) {
+      MFloatVector n = m.normals[size_t(m.normal_ids[size_t(offset) + i])];
+      m.tangent_ids.push_back(int(m.tangents.size()));
+      m.tangents.push_back(tangent);
+      m.binormals.push_back((n ^ tangent).normal());
+    }
+  }
+}
+
+} // namespace
+
+void new_scene() {
+  mayasim::new_scene();
+  host_state(); // the host side exists with the scene
+}
+
+MObject transform(const std::string& name, const MObject& parent, Vec3 t, Vec3 r, Vec3 s) {
+  Node* n = scene().create(MFn::kTransform, "transform", name, parent_or_world(parent));
+  n->translate[0] = t.x;
+  n->translate[1] = t.y;
+  n->translate[2] = t.z;
+  n->rotate[0] = r.x * DEGREES;
+  n->rotate[1] = r.y * DEGREES;
+  n->rotate[2] = r.z * DEGREES;
+  n->scale[0] = s.x;
+  n->scale[1] = s.y;
+  n->scale[2] = s.z;
+  return MObject(n);
+}
+
+MObject joint(const std::string& name, const MObject& parent, Vec3 t, Vec3 r) {
+  MObject o = transform(name, parent, t, r);
+  Node* n = node_of(o);
+  n->type = MFn::kJoint;
+  n->type_name = "joint";
+  return o;
+}
+
+void instance(const MObject& node, const MObject& new_parent) {
+  Node* n = require(node, "instance");
+  Node* p = parent_or_world(new_parent);
+  n->parents.push_back(p);
+  p->children.push_back(n);
+  if (n->mesh)
+    n->mesh->shading.resize(n->parents.size());
+}
+
+MObject mesh(const MObject& transform_node, const std::string& shape_name, const MeshDesc& desc) {
+  Node* t = require(transform_node, "mesh transform");
+  Node* shape = scene().create(MFn::kMesh, "mesh", shape_name, t);
+  shape->mesh.reset(new MeshData);
+  MeshData& m = *shape->mesh;
+  m.points = desc.points;
+  m.polygons = desc.polygons;
+  m.finish_topology();
+  int face_vertices = m.face_vertex_count();
+  // Normals: one per vertex (smooth) or one per face-vertex (hard).
+  if (desc.normals == Normals::Smooth) {
+    std::vector<MFloatVector> sums(m.points.size());
+    for (const auto& p : m.polygons) {
+      MFloatVector n = face_normal(m, p);
+      for (int id : p)
+        sums[size_t(id)] = sums[size_t(id)] + n;
+    }
+    for (MFloatVector& n : sums)
+      m.normals.push_back(n.normal());
+    for (const auto& p : m.polygons)
+      for (int id : p)
+        m.normal_ids.push_back(id);
+  } else {
+    for (const auto& p : m.polygons) {
+      MFloatVector n = face_normal(m, p);
+      for (size_t i = 0; i < p.size(); ++i) {
+        m.normal_ids.push_back(int(m.normals.size()));
+        m.normals.push_back(n);
+      }
+    }
+  }
+  for (const UvSetDesc& u : desc.uv_sets) {
+    UvSet set;
+    set.name = u.name;
+    set.u = u.u;
+    set.v = u.v;
+    if (u.ids.empty()) {
+      for (const auto& p : m.polygons)
+        for (int id : p)
+          set.face_vertex_ids.push_back(id);
+    } else {
+      set.face_vertex_ids = u.ids;
+    }
+    set.face_vertex_ids.resize(size_t(face_vertices), -1);
+    m.uv_sets.push_back(set);
+  }
+  for (const ColorSetDesc& c : desc.color_sets) {
+    ColorSet set;
+    set.name = c.name;
+    set.representation = int(c.kind);
+    set.colors = c.colors;
+    if (c.ids.empty()) {
+      for (const auto& p : m.polygons)
+        for (int id : p)
+          set.face_vertex_ids.push_back(id < int(c.colors.size()) ? id : -1);
+    } else {
+      set.face_vertex_ids = c.ids;
+    }
+    set.face_vertex_ids.resize(size_t(face_vertices), -1);
+    m.color_sets.push_back(set);
+  }
+  if (desc.tangents)
+    compute_tangents(m);
+  // Like Maya, a new mesh starts in initialShadingGroup.
+  m.shading.resize(shape->parents.size());
+  if (Node* initial = scene().find("initialShadingGroup"))
+    assign(MObject(shape), MObject(initial));
+  return MObject(shape);
+}
+
+MeshData& mesh_data(const MObject& node) { return *mesh_shape(node)->mesh; }
+
+MeshDesc cube(double size, Normals normals) {
+  double h = size / 2;
+  MeshDesc d;
+  d.normals = normals;
+  d.points = {MPoint(-h, -h, h), MPoint(h, -h, h), MPoint(-h, h, h), MPoint(h, h, h),
+              MPoint(-h, h, -h), MPoint(h, h, -h), MPoint(-h, -h, -h), MPoint(h, -h, -h)};
+  d.polygons = {{0, 1, 3, 2}, {2, 3, 5, 4}, {4, 5, 7, 6}, {6, 7, 1, 0}, {1, 7, 5, 3}, {6, 0, 2, 4}};
+  // Maya's default cube layout: 14 UVs.
+  UvSetDesc uv;
+  uv.name = "map1";
+  uv.u = {0.375f, 0.625f, 0.375f, 0.625f, 0.375f, 0.625f, 0.375f, 0.625f, 0.375f, 0.625f, 0.875f, 0.875f, 0.125f, 0.125f};
+  uv.v = {0.0f, 0.0f, 0.25f, 0.25f, 0.5f, 0.5f, 0.75f, 0.75f, 1.0f, 1.0f, 0.0f, 0.25f, 0.0f, 0.25f};
+  uv.ids = {0, 1, 3, 2, 2, 3, 5, 4, 4, 5, 7, 6, 6, 7, 9, 8, 1, 10, 11, 3, 12, 0, 2, 13};
+  d.uv_sets.push_back(uv);
+  return d;
+}
+
+MeshDesc grid(int columns, int rows, double cell) {
+  MeshDesc d;
+  UvSetDesc uv;
+  uv.name = "map1";
+  for (int r = 0; r <= rows; ++r)
+    for (int c = 0; c <= columns; ++c) {
+      d.points.push_back(MPoint(c * cell, 0, r * cell));
+      uv.u.push_back(float(c) / float(columns));
+      uv.v.push_back(float(r) / float(rows));
+    }
+  for (int r = 0; r < rows; ++r)
+    for (int c = 0; c < columns; ++c) {
+      int a = r * (columns + 1) + c;
+      d.polygons.push_back({a, a + columns + 1, a + columns + 2, a + 1});
+    }
+  d.uv_sets.push_back(uv);
+  return d;
+}
+
+MeshDesc cylinder(double radius, double height, int segments, int rings, Normals normals) {
+  MeshDesc d;
+  d.normals = normals;
+  UvSetDesc uv;
+  uv.name = "map1";
+  for (int r = 0; r <= rings; ++r) {
+    for (int s = 0; s < segments; ++s) {
+      double a = 2 * 3.14159265358979323846 * s / segments;
+      d.points.push_back(MPoint(radius * cos(a), height * r / rings, radius * sin(a)));
+      uv.u.push_back(float(s) / float(segments));
+      uv.v.push_back(float(r) / float(rings));
+    }
+  }
+  std::vector<int> ids;
+  for (int r = 0; r < rings; ++r)
+    for (int s = 0; s < segments; ++s) {
+      int a = r * segments + s, b = r * segments + (s + 1) % segments;
+      d.polygons.push_back({a, a + segments, b + segments, b});
+    }
+  // Caps: one polygon each, winding outwards.
+  std::vector<int> bottom, top;
+  for (int s = 0; s < segments; ++s) {
+    bottom.push_back(s);
+    top.push_back(rings * segments + (segments - 1 - s));
+  }
+  d.polygons.push_back(bottom);
+  d.polygons.push_back(top);
+  uv.ids.clear(); // per vertex
+  d.uv_sets.push_back(uv);
+  return d;
+}
+
+MeshDesc sphere(double radius, int segments, int rings) {
+  MeshDesc d;
+  UvSetDesc uv;
+  uv.name = "map1";
+  for (int r = 1; r < rings; ++r) {
+    double phi = 3.14159265358979323846 * r / rings;
+    for (int s = 0; s < segments; ++s) {
+      double theta = 2 * 3.14159265358979323846 * s / segments;
+      d.points.push_back(MPoint(radius * sin(phi) * cos(theta), radius * cos(phi), radius * sin(phi) * sin(theta)));
+      uv.u.push_back(float(s) / float(segments));
+      uv.v.push_back(1.0f - float(r) / float(rings));
+    }
+  }
+  int top = int(d.points.size());
+  d.points.push_back(MPoint(0, radius, 0));
+  uv.u.push_back(0.5f);
+  uv.v.push_back(1.0f);
+  int bottom = int(d.points.size());
+  d.points.push_back(MPoint(0, -radius, 0));
+  uv.u.push_back(0.5f);
+  uv.v.push_back(0.0f);
+  for (int s = 0; s < segments; ++s)
+    d.polygons.push_back({top, (s + 1) % segments, s});
+  for (int r = 0; r < rings - 2; ++r)
+    for (int s = 0; s < segments; ++s) {
+      int a = r * segments + s, b = r * segments + (s + 1) % segments;
+      d.polygons.push_back({a, b, b + segments, a + segments});
+    }
+  int last = (rings - 2) * segments;
+  for (int s = 0; s < segments; ++s)
+    d.polygons.push_back({bottom, last + s, last + (s + 1) % segments});
+  d.uv_sets.push_back(uv);
+  return d;
+}
+
+Material material(const std::string& name) {
+  Node* shader = scene().create(MFn::kLambert, "lambert", name, nullptr);
+  Node* group = scene().create(MFn::kShadingEngine, "shadingEngine", name + "SG", nullptr);
+  scene().connect(PlugRef{shader, "outColor", -1}, PlugRef{group, "surfaceShader", -1});
+  return Material{MObject(shader), MObject(group)};
+}
+
+MObject empty_shading_group(const std::string& name) {
+  return MObject(scene().create(MFn::kShadingEngine, "shadingEngine", name, nullptr));
+}
+
+void assign(const MObject& node, const MObject& shading_group, const std::vector<int>& polygons, unsigned instance) {
+  Node* shape = mesh_shape(node);
+  Node* group = require(shading_group, "shading group");
+  MeshData& m = *shape->mesh;
+  if (m.shading.size() <= instance)
+    m.shading.resize(instance + 1);
+  MeshData::Shading& s = m.shading[instance];
+  s.polygon_groups.resize(m.polygons.size(), -1);
+  int index = -1;
+  for (size_t i = 0; i < s.groups.size(); ++i)
+    if (s.groups[i] == group)
+      index = int(i);
+  if (index < 0) {
+    index = int(s.groups.size());
+    s.groups.push_back(group);
+  }
+  if (polygons.empty()) {
+    for (int& g : s.polygon_groups)
+      g = index;
+  } else {
+    for (int p : polygons)
+      s.polygon_groups[size_t(p)] = index;
+  }
+  // Groups no polygon uses any more leave the list, as Maya's query shows.
+  std::vector<Node*> used;
+  std::vector<int> remap(s.groups.size(), -1);
+  for (size_t i = 0; i < s.groups.size(); ++i) {
+    bool in_use = false;
+    for (int g : s.polygon_groups)
+      in_use = in_use || g == int(i);
+    if (in_use) {
+      remap[i] = int(used.size());
+      used.push_back(s.groups[i]);
+    }
+  }
+  for (int& g : s.polygon_groups)
+    g = g < 0 ? -1 : remap[size_t(g)];
+  s.groups = used;
+}
+
+MObject skin_cluster(const std::string& name, const MObject& transform_node, const std::vector<MObject>& joints,
+                     const std::vector<std::vector<double>>& weights, const std::vector<unsigned>& logical_indices) {
+  Node* t = require(transform_node, "skinned transform");
+  Node* output = shape_below(t);
+  if (!output || !output->mesh)
+    throw std::invalid_argument("mayasim builder: skin_cluster needs a transform with a mesh");
+  // The intermediate input shape, holding a copy of the mesh as it is now.
+  Node* input = scene().create(MFn::kMesh, "mesh", output->name + "Orig", t);
+  input->is_intermediate = true;
+  input->mesh.reset(new MeshData(*output->mesh));
+  input->bools["visibility"] = true;
+  Node* skin = scene().create(MFn::kSkinClusterFilter, "skinCluster", name, nullptr);
+  skin->skin.reset(new SkinData);
+  skin->skin->geometries.push_back(SkinData::Geometry{0, output, input});
+  scene().connect(PlugRef{input, "worldMesh", 0}, PlugRef{skin, "input", 0});
+  scene().connect(PlugRef{skin, "outputGeometry", 0}, PlugRef{output, "inMesh", -1});
+  skin->matrices["geomMatrix"][-1] = world_matrix(t);
+  for (size_t i = 0; i < joints.size(); ++i) {
+    Node* j = require(joints[i], "joint");
+    unsigned logical = i < logical_indices.size() ? logical_indices[i] : unsigned(i);
+    skin->skin->influences.push_back(SkinData::Influence{j, logical});
+    MMatrix bind = world_matrix(j);
+    skin->matrices["bindPreMatrix"][int(logical)] = bind.inverse();
+    skin->matrices["matrix"][int(logical)] = bind;
+  }
+  skin->skin->weights = weights;
+  skin->skin->weights.resize(output->mesh->points.size());
+  return MObject(skin);
+}
+
+void key(const MObject& transform_node, const std::string& channel, double frame, double value) {
+  Node* n = require(transform_node, "keyed transform");
+  if (channel.size() != 2 || std::string("trs").find(channel[0]) == std::string::npos ||
+      std::string("xyz").find(channel[1]) == std::string::npos)
+    throw std::invalid_argument("mayasim builder: no channel " + channel);
+  double seconds = frame * seconds_per(scene().time_unit);
+  double v = channel[0] == 'r' ? value * DEGREES : value;
+  AnimationCurve& curve = n->curves[channel];
+  auto it = curve.keys.begin();
+  while (it != curve.keys.end() && it->first < seconds)
+    ++it;
+  curve.keys.insert(it, std::make_pair(seconds, v));
+}
+
+void set_time_unit(MTime::Unit unit) { scene().time_unit = unit; }
+
+void set_playback_range(double start_frame, double end_frame) {
+  double per = seconds_per(scene().time_unit);
+  scene().min_time = start_frame * per;
+  scene().max_time = end_frame * per;
+  scene().current_time = scene().min_time;
+}
+
+void set_current_frame(double frame) { scene().current_time = frame * seconds_per(scene().time_unit); }
+
+void set_internal_unit(MDistance::Unit unit) { scene().internal_unit = unit; }
+
+void select(const std::vector<MObject>& nodes) {
+  Scene& s = scene();
+  s.selected_paths.clear();
+  s.selected_nodes.clear();
+  for (const MObject& o : nodes) {
+    Node* n = require(o, "selected node");
+    if (n->dag)
+      s.selected_paths.push_back(first_path_to(n));
+    else
+      s.selected_nodes.push_back(n);
+  }
+}
+
+void set_visible(const MObject& node, bool visible) { require(node, "node")->bools["visibility"] = visible; }
+void set_intermediate(const MObject& node, bool intermediate) { require(node, "node")->is_intermediate = intermediate; }
+void set_default(const MObject& node, bool is_default) { require(node, "node")->is_default = is_default; }
+void set_shared(const MObject& node, bool shared) { require(node, "node")->is_shared = shared; }
+void set_scene_file(const std::string& path) { scene().current_file = path; }
+
+MObject find(const std::string& name) {
+  Node* n = scene().find(name);
+  return n ? MObject(n) : MObject();
+}
+
+MObject dependency_node(const std::string& name, MFn::Type type, const char* type_name) {
+  return MObject(scene().create(type, type_name, name, nullptr));
+}
+
+} // namespace builder
+} // namespace mayasim

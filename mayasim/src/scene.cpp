@@ -1,0 +1,299 @@
+#include "scene.h"
+
+#include <algorithm>
+#include <math.h>
+
+namespace mayasim {
+
+void retain(ApiObject* o) {
+  if (o)
+    ++o->references;
+}
+
+void release(ApiObject* o) {
+  if (o && --o->references == 0)
+    delete o;
+}
+
+double AnimationCurve::evaluate(double seconds) const {
+  if (keys.empty())
+    return 0;
+  if (seconds <= keys.front().first)
+    return keys.front().second;
+  if (seconds >= keys.back().first)
+    return keys.back().second;
+  for (size_t i = 1; i < keys.size(); ++i) {
+    if (seconds <= keys[i].first) {
+      const auto& a = keys[i - 1];
+      const auto& b = keys[i];
+      double t = (seconds - a.first) / (b.first - a.first);
+      return a.second + (b.second - a.second) * t;
+    }
+  }
+  return keys.back().second;
+}
+
+void MeshData::finish_topology() {
+  face_offsets.clear();
+  int offset = 0;
+  for (const auto& p : polygons) {
+    face_offsets.push_back(offset);
+    offset += int(p.size());
+  }
+}
+
+namespace {
+
+// The function-set families each node type answers for, the most derived first.
+std::vector<MFn::Type> families(MFn::Type t) {
+  switch (t) {
+  case MFn::kTransform:
+    return {MFn::kTransform, MFn::kDagNode, MFn::kDependencyNode};
+  case MFn::kJoint:
+    return {MFn::kJoint, MFn::kTransform, MFn::kDagNode, MFn::kDependencyNode};
+  case MFn::kMesh:
+    return {MFn::kMesh, MFn::kSurface, MFn::kGeometric, MFn::kShape, MFn::kDagNode, MFn::kDependencyNode};
+  case MFn::kCamera:
+    return {MFn::kCamera, MFn::kShape, MFn::kDagNode, MFn::kDependencyNode};
+  case MFn::kWorld:
+    return {MFn::kWorld, MFn::kDagNode, MFn::kDependencyNode};
+  case MFn::kManipulator3D:
+    return {MFn::kManipulator3D, MFn::kTransform, MFn::kDagNode, MFn::kDependencyNode};
+  case MFn::kSkinClusterFilter:
+    return {MFn::kSkinClusterFilter, MFn::kGeometryFilt, MFn::kDependencyNode};
+  case MFn::kShadingEngine:
+    return {MFn::kShadingEngine, MFn::kSet, MFn::kDependencyNode};
+  default:
+    return {t, MFn::kDependencyNode};
+  }
+}
+
+Scene* g_scene = nullptr;
+
+} // namespace
+
+bool Node::has_fn(MFn::Type t) const {
+  if (t == MFn::kBase || t == MFn::kNamedObject)
+    return true;
+  for (MFn::Type f : families(type))
+    if (f == t)
+      return true;
+  return false;
+}
+
+double Node::channel(const char* base, int axis, double seconds) const {
+  static const char* const AXES = "xyz";
+  std::string key = std::string(base) + AXES[axis];
+  auto it = curves.find(key);
+  if (it != curves.end())
+    return it->second.evaluate(seconds);
+  switch (base[0]) {
+  case 't':
+    return translate[axis];
+  case 'r':
+    return rotate[axis];
+  default:
+    return scale[axis];
+  }
+}
+
+MMatrix make_matrix(const double t[3], const double r[3], const double s[3]) {
+  // Row vectors: p' = p * S * Rx * Ry * Rz * T (rotate order xyz).
+  MMatrix S, X, Y, Z, T;
+  S[0][0] = s[0];
+  S[1][1] = s[1];
+  S[2][2] = s[2];
+  double cx = cos(r[0]), sx = sin(r[0]), cy = cos(r[1]), sy = sin(r[1]), cz = cos(r[2]), sz = sin(r[2]);
+  X[1][1] = cx;
+  X[1][2] = sx;
+  X[2][1] = -sx;
+  X[2][2] = cx;
+  Y[0][0] = cy;
+  Y[0][2] = -sy;
+  Y[2][0] = sy;
+  Y[2][2] = cy;
+  Z[0][0] = cz;
+  Z[0][1] = sz;
+  Z[1][0] = -sz;
+  Z[1][1] = cz;
+  T[3][0] = t[0];
+  T[3][1] = t[1];
+  T[3][2] = t[2];
+  return S * X * Y * Z * T;
+}
+
+MMatrix Node::local_matrix(double seconds) const {
+  if (!is_transform())
+    return MMatrix();
+  double t[3], r[3], s[3];
+  for (int a = 0; a < 3; ++a) {
+    t[a] = channel("t", a, seconds);
+    r[a] = channel("r", a, seconds);
+    s[a] = channel("s", a, seconds);
+  }
+  return make_matrix(t, r, s);
+}
+
+Scene::~Scene() {
+  for (Node* n : nodes) {
+    n->parents.clear();
+    n->children.clear();
+    release(n);
+  }
+}
+
+Node* Scene::create(MFn::Type type, const char* type_name, const std::string& name, Node* parent) {
+  Node* n = new Node;
+  n->type = type;
+  n->type_name = type_name;
+  n->name = name;
+  n->dag = parent != nullptr || type == MFn::kWorld;
+  retain(n);
+  nodes.push_back(n);
+  if (parent) {
+    n->parents.push_back(parent);
+    parent->children.push_back(n);
+  }
+  if (n->dag && type != MFn::kWorld)
+    n->bools["visibility"] = true;
+  return n;
+}
+
+Node* Scene::find(const std::string& name) const {
+  for (Node* n : nodes)
+    if (n->name == name)
+      return n;
+  return nullptr;
+}
+
+void Scene::connect(const PlugRef& source, const PlugRef& destination) {
+  connections.push_back(Connection{source, destination});
+}
+
+Scene& scene() {
+  if (!g_scene)
+    new_scene();
+  return *g_scene;
+}
+
+void new_scene() {
+  delete g_scene;
+  g_scene = new Scene;
+  Scene& s = *g_scene;
+  s.world = s.create(MFn::kWorld, "world", "world", nullptr);
+  s.world->is_default = true;
+  const char* cameras[4] = {"persp", "top", "front", "side"};
+  for (int i = 0; i < 4; ++i) {
+    Node* t = s.create(MFn::kTransform, "transform", cameras[i], s.world);
+    t->is_default = true;
+    t->bools["visibility"] = i == 0; // only the perspective camera is shown
+    Node* shape = s.create(MFn::kCamera, "camera", std::string(cameras[i]) + "Shape", t);
+    shape->is_default = true;
+  }
+  Node* lambert = s.create(MFn::kLambert, "lambert", "lambert1", nullptr);
+  lambert->is_default = true;
+  Node* initial = s.create(MFn::kShadingEngine, "shadingEngine", "initialShadingGroup", nullptr);
+  initial->is_default = true;
+  s.connect(PlugRef{lambert, "outColor", -1}, PlugRef{initial, "surfaceShader", -1});
+  Node* time = s.create(MFn::kTime, "time", "time1", nullptr);
+  time->is_default = true;
+  s.current_time = s.min_time;
+  s.current_file = "untitled";
+}
+
+double seconds_per(MTime::Unit unit) {
+  switch (unit) {
+  case MTime::kHours:
+    return 3600;
+  case MTime::kMinutes:
+    return 60;
+  case MTime::kSeconds:
+    return 1;
+  case MTime::kMilliseconds:
+    return 0.001;
+  case MTime::kGames:
+    return 1.0 / 15;
+  case MTime::kFilm:
+    return 1.0 / 24;
+  case MTime::kPALFrame:
+    return 1.0 / 25;
+  case MTime::kNTSCFrame:
+    return 1.0 / 30;
+  case MTime::kShowScan:
+    return 1.0 / 48;
+  case MTime::kPALField:
+    return 1.0 / 50;
+  case MTime::kNTSCField:
+    return 1.0 / 60;
+  default: {
+    static const double rates[] = {2,   3,   4,   5,   6,   8,   10,  12,  16,   20,   40,   75,   80,  100, 120,
+                                   125, 150, 200, 240, 250, 300, 375, 400, 500, 600, 750, 1200, 1500, 2000, 3000, 6000};
+    int i = int(unit) - int(MTime::k2FPS);
+    if (i >= 0 && i < int(sizeof(rates) / sizeof(rates[0])))
+      return 1.0 / rates[i];
+    return 1.0 / 24;
+  }
+  }
+}
+
+double centimetres_per(MDistance::Unit unit) {
+  switch (unit) {
+  case MDistance::kInches:
+    return 2.54;
+  case MDistance::kFeet:
+    return 30.48;
+  case MDistance::kYards:
+    return 91.44;
+  case MDistance::kMiles:
+    return 160934.4;
+  case MDistance::kMillimeters:
+    return 0.1;
+  case MDistance::kKilometers:
+    return 100000;
+  case MDistance::kMeters:
+    return 100;
+  default:
+    return 1;
+  }
+}
+
+Node* shape_below(Node* transform) {
+  if (!transform)
+    return nullptr;
+  for (Node* c : transform->children)
+    if (!c->is_transform() && !c->is_intermediate)
+      return c;
+  return nullptr;
+}
+
+bool path_has_fn(const Path& path, MFn::Type type) {
+  if (path.empty())
+    return scene().world->has_fn(type);
+  Node* n = path.back();
+  if (n->has_fn(type))
+    return true;
+  if (n->is_transform())
+    for (Node* c : n->children)
+      if (!c->is_transform() && c->has_fn(type))
+        return true;
+  return false;
+}
+
+std::string full_path_name(const Path& path) {
+  std::string s;
+  for (Node* n : path)
+    s += "|" + n->name;
+  return s;
+}
+
+Path first_path_to(Node* node) {
+  Path p;
+  while (node && node->type != MFn::kWorld) {
+    p.push_back(node);
+    node = node->parents.empty() ? nullptr : node->parents[0];
+  }
+  std::reverse(p.begin(), p.end());
+  return p;
+}
+
+} // namespace mayasim

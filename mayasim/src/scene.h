@@ -1,0 +1,209 @@
+// The stand-in's scene: a dependency graph with a DAG, as the API sees it.
+//
+// Everything an MObject can point at is an ApiObject with a reference count:
+// nodes, mesh-vertex components, matrix data and the plug-in object. Nodes
+// live in the scene's list in creation order (the order MItDependencyNodes
+// walks); DAG nodes also have parents and children (several parents make
+// instances). Plug values are kept per node by attribute name and logical
+// index; connections join plugs.
+#pragma once
+
+#include <maya/MDistance.h>
+#include <maya/MColor.h>
+#include <maya/MFloatVector.h>
+#include <maya/MFn.h>
+#include <maya/MObject.h>
+#include <maya/MMatrix.h>
+#include <maya/MPoint.h>
+#include <maya/MTime.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace mayasim {
+
+struct ApiObject {
+  int references = 0;
+  virtual ~ApiObject() {}
+  virtual MFn::Type api_type() const = 0;
+  virtual bool has_fn(MFn::Type type) const { return type == api_type(); }
+};
+
+void retain(ApiObject* o);
+void release(ApiObject* o);
+
+// Linear keys on one channel of a transform; frames in the scene's time unit.
+struct AnimationCurve {
+  std::vector<std::pair<double, double>> keys; // (time in seconds, value)
+  double evaluate(double seconds) const;
+};
+
+struct ColorSet {
+  std::string name;
+  int representation = 4; // MFnMesh::kAlpha 1, kRGB 3, kRGBA 4
+  std::vector<MColor> colors;
+  std::vector<int> face_vertex_ids; // per face-vertex, -1 for none
+};
+
+struct UvSet {
+  std::string name;
+  std::vector<float> u, v;
+  std::vector<int> face_vertex_ids; // per face-vertex, -1 when unmapped
+};
+
+struct MeshData {
+  std::vector<MPoint> points;
+  std::vector<std::vector<int>> polygons;   // object-relative vertex ids in face order
+  std::vector<int> face_offsets;            // first face-vertex of each polygon
+  std::vector<MFloatVector> normals;
+  std::vector<int> normal_ids;              // per face-vertex
+  std::vector<MFloatVector> tangents, binormals;
+  std::vector<int> tangent_ids;             // per face-vertex
+  std::vector<UvSet> uv_sets;
+  int current_uv_set = 0;
+  std::vector<ColorSet> color_sets;
+  int current_color_set = 0;
+  // Shading per instance of the shape: shading groups and, per polygon, the
+  // group's position (-1 for none).
+  struct Shading {
+    std::vector<struct Node*> groups;
+    std::vector<int> polygon_groups;
+  };
+  std::vector<Shading> shading;
+
+  int face_vertex_count() const { return face_offsets.empty() ? 0 : face_offsets.back() + int(polygons.back().size()); }
+  void finish_topology(); // face offsets from the polygons
+};
+
+struct SkinData {
+  struct Geometry {
+    unsigned int logical_index;
+    struct Node* output_shape;
+    struct Node* input_shape;
+  };
+  std::vector<Geometry> geometries;
+  struct Influence {
+    struct Node* joint;
+    unsigned int logical_index;
+  };
+  std::vector<Influence> influences;
+  std::vector<std::vector<double>> weights; // per vertex, per influence (in influence order)
+};
+
+struct Node : ApiObject {
+  MFn::Type type = MFn::kInvalid;
+  std::string type_name;
+  std::string name;
+  bool is_default = false;
+  bool is_shared = false;
+  bool is_intermediate = false;
+  bool dag = false;
+  std::vector<Node*> parents;
+  std::vector<Node*> children;
+
+  // Transform channels: translate (internal length unit), rotate (radians,
+  // order xyz), scale; keys override the static values.
+  double translate[3] = {0, 0, 0};
+  double rotate[3] = {0, 0, 0};
+  double scale[3] = {1, 1, 1};
+  std::map<std::string, AnimationCurve> curves; // "tx" .. "sz"
+
+  std::map<std::string, bool> bools;
+  std::map<std::string, std::map<int, MMatrix>> matrices; // by logical index; -1 for a plain attribute
+
+  std::unique_ptr<MeshData> mesh;
+  std::unique_ptr<SkinData> skin;
+
+  MFn::Type api_type() const override { return type; }
+  bool has_fn(MFn::Type t) const override;
+  bool is_transform() const { return type == MFn::kTransform || type == MFn::kJoint; }
+  MMatrix local_matrix(double seconds) const;
+  double channel(const char* name, int axis, double seconds) const;
+};
+
+struct Component : ApiObject {
+  MFn::Type type = MFn::kMeshVertComponent;
+  std::vector<int> indices;
+  MFn::Type api_type() const override { return type; }
+  bool has_fn(MFn::Type t) const override {
+    return t == type || t == MFn::kComponent || t == MFn::kSingleIndexedComponent;
+  }
+};
+
+struct MatrixData : ApiObject {
+  MMatrix matrix;
+  MFn::Type api_type() const override { return MFn::kMatrixData; }
+  bool has_fn(MFn::Type t) const override { return t == MFn::kMatrixData || t == MFn::kData; }
+};
+
+struct PluginObject : ApiObject {
+  std::string name;
+  std::string path;      // the module file
+  std::string load_path; // its folder
+  MFn::Type api_type() const override { return MFn::kPlugin; }
+};
+
+struct PlugRef {
+  Node* node;
+  std::string attribute;
+  int index;
+  bool operator==(const PlugRef& o) const { return node == o.node && attribute == o.attribute && index == o.index; }
+};
+
+struct Connection {
+  PlugRef source;
+  PlugRef destination;
+};
+
+typedef std::vector<Node*> Path; // from the world's child down to the node
+
+struct Scene {
+  Node* world = nullptr;
+  std::vector<Node*> nodes; // every node, in creation order (the world first)
+  std::vector<Connection> connections;
+  std::vector<Path> selected_paths;
+  std::vector<Node*> selected_nodes;
+  double current_time = 0;        // seconds
+  double min_time = 1.0 / 24, max_time = 120.0 / 24; // the playback range, seconds
+  double start_time = 1.0 / 24, end_time = 200.0 / 24;
+  MTime::Unit time_unit = MTime::kFilm;
+  MDistance::Unit internal_unit = MDistance::kCentimeters;
+  MDistance::Unit ui_unit = MDistance::kCentimeters;
+  std::string current_file;
+
+  ~Scene();
+  Node* create(MFn::Type type, const char* type_name, const std::string& name, Node* parent);
+  Node* find(const std::string& name) const;
+  void connect(const PlugRef& source, const PlugRef& destination);
+};
+
+Scene& scene();
+// Replaces the scene with a new one: the world and Maya's default cameras.
+void new_scene();
+
+// Seconds per unit of `unit` (frame rates included).
+double seconds_per(MTime::Unit unit);
+// Centimetres per unit of `unit`.
+double centimetres_per(MDistance::Unit unit);
+
+// Path helpers.
+Path& path_of(void* internal);
+Node* node_of(const MObject& object);
+// The shape a function set on a transform path works on: the first child
+// that is not a transform and not an intermediate object.
+Node* shape_below(Node* transform);
+// Whether the path's node (or, for a transform, a shape directly below it)
+// is compatible with `type`.
+bool path_has_fn(const Path& path, MFn::Type type);
+std::string full_path_name(const Path& path);
+Path first_path_to(Node* node);
+
+MMatrix make_matrix(const double translate[3], const double rotate[3], const double scale[3]);
+
+// Triangles of polygon `face` as object-relative vertex ids (three per
+// triangle); false when the polygon has no valid triangulation.
+bool triangulate(const MeshData& mesh, int face, std::vector<int>& triangles);
+
+} // namespace mayasim
