@@ -17,6 +17,10 @@ public:
   void write_text(const char* text);
   virtual void flush() = 0;
 
+  // Forgets the bytes not flushed yet: a stream abandoned after a failed
+  // write can then be closed without writing again.
+  void discard() { _cursor = _start; }
+
   uint32_t available() const { return uint32_t(_end - _cursor); }
   uint32_t buffered() const { return uint32_t(_cursor - _start); }
 

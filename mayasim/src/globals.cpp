@@ -70,7 +70,8 @@ bool defines_procedure(const std::string& script, const std::string& procedure) 
     size_t line = script.rfind('\n', at);
     line = line == std::string::npos ? 0 : line + 1;
     std::string before = script.substr(line, at - line);
-    if (before.find("proc ") == std::string::npos)
+    // Only a global procedure can serve as an options script.
+    if (before.find("global") == std::string::npos || before.find("proc ") == std::string::npos)
       continue;
     if (at > 0 && (isalnum(static_cast<unsigned char>(script[at - 1])) || script[at - 1] == '_'))
       continue;

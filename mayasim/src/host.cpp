@@ -117,7 +117,14 @@ struct Host::Loaded {
   MObject object;
 };
 
-Host::Host() { host_state(); }
+// A host is one Maya session: it starts with an empty script editor and no
+// scripts sourced.
+Host::Host() {
+  HostState& h = host_state();
+  h.lines.clear();
+  h.sourced.clear();
+  h.source_attempts.clear();
+}
 
 Host::~Host() { unload_all(); }
 

@@ -6,12 +6,19 @@
 #include <sstream>
 #include <stdlib.h>
 
+#include <stdio.h>
+
 #if defined(_WIN32)
   #include <direct.h>
   #include <windows.h>
+  #define popen _popen
+  #define pclose _pclose
+  #define WIFEXITED(status) true
+  #define WEXITSTATUS(status) (status)
 #else
   #include <dirent.h>
   #include <sys/stat.h>
+  #include <sys/wait.h>
   #include <unistd.h>
 #endif
 
@@ -106,6 +113,21 @@ std::string read_file(const std::string& path) {
   std::stringstream ss;
   ss << in.rdbuf();
   return ss.str();
+}
+
+ProgramRun run_program(const std::string& command) {
+  ProgramRun r;
+  r.status = -1;
+  FILE* p = popen((command + " 2>&1").c_str(), "r");
+  if (!p)
+    return r;
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof(buffer), p)) > 0)
+    r.output.append(buffer, n);
+  int status = pclose(p);
+  r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return r;
 }
 
 void write_file(const std::string& path, const std::string& text) {

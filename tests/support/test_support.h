@@ -43,6 +43,14 @@ private:
 };
 
 std::string read_file(const std::string& path);
+
+// Runs a shell command; its exit status (-1 when it did not exit) and its
+// standard output and standard error together.
+struct ProgramRun {
+  int status;
+  std::string output;
+};
+ProgramRun run_program(const std::string& command);
 void write_file(const std::string& path, const std::string& text);
 
 } // namespace test

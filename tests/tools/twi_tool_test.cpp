@@ -12,23 +12,9 @@ using namespace foundation;
 
 namespace {
 
-struct ToolRun {
-  int status;
-  std::string output; // standard output and standard error together
-};
+typedef test::ProgramRun ToolRun;
 
-ToolRun run_twi(const std::string& arguments) {
-  std::string command = std::string(TW_TWI_TOOL) + " " + arguments + " 2>&1";
-  ToolRun r;
-  FILE* p = popen(command.c_str(), "r");
-  char buffer[4096];
-  size_t n;
-  while ((n = fread(buffer, 1, sizeof(buffer), p)) > 0)
-    r.output.append(buffer, n);
-  int status = pclose(p);
-  r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return r;
-}
+ToolRun run_twi(const std::string& arguments) { return test::run_program(std::string(TW_TWI_TOOL) + " " + arguments); }
 
 std::string document_text(const twi::SceneDatabase& db) {
   DCV root(memory_globals::default_allocator());

@@ -1,0 +1,157 @@
+#include "exporter/export_driver.h"
+
+#include "exporter/node_export.h"
+#include "foundation/config/dynamic_config_value.h"
+#include "foundation/config/sjson_writer.h"
+#include "foundation/io/file_system.h"
+#include "foundation/memory/memory_globals.h"
+#include "foundation/memory/trace_allocator.h"
+#include "scene/document_writer.h"
+#include "scene/scene_database.h"
+
+#include <maya/MAnimControl.h>
+#include <maya/MDagPath.h>
+#include <maya/MFileIO.h>
+#include <maya/MFn.h>
+#include <maya/MFnDagNode.h>
+#include <maya/MGlobal.h>
+#include <maya/MItDag.h>
+#include <maya/MPlug.h>
+#include <maya/MString.h>
+#include <maya/MTime.h>
+
+using namespace foundation;
+
+namespace twi {
+
+namespace {
+
+const char* const RULE = "-------------------------------------------------\n";
+
+// An output file that is closed when the scope ends. When the scope is left
+// by a thrown report (a failed write), the bytes still buffered are dropped
+// first, so that closing cannot fail a second time while unwinding.
+class OutputFileScope {
+public:
+  OutputFileScope(FileSystem& fs, FileOutputBuffer* file) : _fs(fs), _file(file) {}
+  ~OutputFileScope() noexcept(false) {
+    if (_file && std::uncaught_exceptions() > 0)
+      _file->discard();
+    close();
+  }
+  FileOutputBuffer* file() const { return _file; }
+  // Flushes and closes now, reporting a failed write.
+  void close() {
+    FileOutputBuffer* file = _file;
+    _file = nullptr;
+    _fs.close(file);
+  }
+
+private:
+  FileSystem& _fs;
+  FileOutputBuffer* _file;
+};
+
+// Paths that pass the filter, or -1 when the DAG cannot be walked.
+int count_exportable(ExporterContext& context) {
+  MStatus status;
+  MItDag it(MItDag::kDepthFirst, MFn::kTransform, &status);
+  if (!status)
+    return -1;
+  int count = 0;
+  for (; !it.isDone(); it.next()) {
+    MDagPath path;
+    if (!it.getPath(path))
+      return -1;
+    if (should_export_node(context, path))
+      ++count;
+  }
+  return count;
+}
+
+void write_file(const char* path, const Vector<char>& text) {
+  TraceAllocator allocator("file_system", memory_globals::default_allocator());
+  FileSystem fs(allocator, "");
+  OutputFileScope output(fs, fs.open_output(path, allocator));
+  if (output.file())
+    output.file()->write(text.data(), text.size());
+  output.close();
+}
+
+} // namespace
+
+bool should_export_node(ExporterContext& context, const MDagPath& path) {
+  MStatus status;
+  MFnDagNode node(path, &status);
+  if (!status)
+    return false;
+  if (node.isDefaultNode() || node.isShared() || node.isIntermediateObject())
+    return false;
+  if (path.hasFn(MFn::kManipulator3D) || !path.hasFn(MFn::kTransform))
+    return false;
+  if (context.settings->selected && !context.selection->hasItem(path, MObject::kNullObj))
+    return false;
+  bool visible = true;
+  node.findPlug("visibility").getValue(visible);
+  return visible || context.settings->export_hidden;
+}
+
+bool export_scene(ExporterContext& context) {
+  ExportSettings& settings = *context.settings;
+  settings.start_time = float(MAnimControl::minTime().asUnits(MTime::kSeconds));
+  settings.end_time = float(MAnimControl::maxTime().asUnits(MTime::kSeconds));
+  settings.has_time_range = settings.end_time > settings.start_time;
+  settings.samples_per_second = 30;
+
+  Allocator& allocator = *context.allocator;
+  SceneDatabase database(allocator);
+  MGlobal::getActiveSelectionList(*context.selection, false);
+  database.source_path = MFileIO::currentFile().asUTF8();
+
+  if (count_exportable(context) < 0)
+    return false;
+
+  MStatus status;
+  MItDag it(MItDag::kDepthFirst, MFn::kTransform, &status);
+  if (!status)
+    return false;
+  for (; !it.isDone(); it.next()) {
+    MDagPath path;
+    it.getPath(path);
+    MFnDagNode node(path);
+    if (node.parentCount() > 0) {
+      // Exported from its parent by the recursion when the parent passes.
+      MDagPath parent;
+      MDagPath::getAPathTo(node.parent(0), parent);
+      if (should_export_node(context, parent))
+        continue;
+    }
+    if (!should_export_node(context, path))
+      continue;
+    String name(allocator, node.name().asUTF8());
+    if (!export_node(context, database, "", path)) {
+      append_log(context, "Failed exporting node.\n");
+      return false;
+    }
+    database.roots.push_back(name);
+  }
+
+  append_log(context, RULE);
+  append_log(context, "Serializing SceneTree\n");
+  append_log(context, " - SceneDatabase -> DynamicConfigValue\n");
+  show_log(context);
+  DynamicConfigValue document(allocator);
+  write_scene_document(database, document);
+
+  append_log(context, " - DynamicConfigValue -> SJSON\n");
+  show_log(context);
+  Vector<char> text(allocator);
+  write_sjson(document, text, SjsonWriteOptions());
+
+  append_log(context, " - SJSON -> Disc\n");
+  show_log(context);
+  write_file(settings.file, text);
+  return true;
+}
+
+} // namespace twi

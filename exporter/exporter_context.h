@@ -1,0 +1,62 @@
+// What one export runs with: the options (ExportSettings) and the context
+// every capture step receives (ExporterContext).
+//
+// The context owns the message buffer and the selection object, both made
+// from the export's allocator and released when the context goes away, also
+// when an export is abandoned by a thrown report. Capture steps append
+// progress lines and error messages ending in "\n" to the message buffer;
+// show_log hands the gathered text to Maya's script editor in one
+// MGlobal::displayInfo call and empties the buffer, keeping its storage.
+#pragma once
+
+#include "foundation/collection/vector.h"
+#include "foundation/memory/allocator.h"
+
+#include <maya/MSelectionList.h>
+
+namespace twi {
+
+using foundation::Allocator;
+
+struct ExportSettings {
+  const char* file;        // output path (UTF-8), used unchanged
+  bool export_hidden;      // export nodes whose own visibility is off
+  bool selected;           // export only nodes that are themselves selected
+  bool animation_only;     // recorded only; nothing consults it
+  bool has_time_range;     // set by the driver: start_time < end_time
+  float start_time;        // seconds
+  float end_time;          // seconds
+  uint32_t samples_per_second;
+
+  ExportSettings()
+      : file(nullptr), export_hidden(false), selected(false), animation_only(false), has_time_range(false),
+        start_time(0.0f), end_time(0.0f), samples_per_second(0) {}
+};
+
+struct ExporterContext {
+  Allocator* allocator;            // everything the export creates
+  foundation::Vector<char> log;    // the message buffer
+  ExportSettings* settings;
+  float unit_scale;                // metres per Maya internal unit
+  MSelectionList* selection;       // filled by the driver
+
+  ExporterContext(Allocator& a, ExportSettings& s);
+  ~ExporterContext();
+  ExporterContext(const ExporterContext&) = delete;
+  ExporterContext& operator=(const ExporterContext&) = delete;
+};
+
+// The length of one Maya internal unit in metres (0.01 for centimetres).
+float internal_unit_in_metres();
+
+// Appends `text` to the message buffer.
+void append_log(ExporterContext& context, const char* text);
+void append_log(ExporterContext& context, const char* text, uint32_t length);
+
+// Shows the message buffer with one MGlobal::displayInfo and empties it.
+void show_log(ExporterContext& context);
+
+// The message buffer's text, NUL-terminated (the NUL is not counted).
+const char* log_text(ExporterContext& context);
+
+} // namespace twi

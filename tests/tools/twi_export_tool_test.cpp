@@ -1,0 +1,90 @@
+// twi-export, run as a user runs it: the built-in scenes through the real
+// plug-in, its options, and its exit statuses.
+#include "foundation/memory/memory_globals.h"
+#include "support/test_support.h"
+
+#include <string>
+
+namespace {
+
+test::ProgramRun run_export(const std::string& arguments) {
+  return test::run_program(std::string(TW_TWI_EXPORT_TOOL) + " " + arguments);
+}
+
+test::ProgramRun run_twi(const std::string& arguments) {
+  return test::run_program(std::string(TW_TWI_TOOL) + " " + arguments);
+}
+
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+} // namespace
+
+TEST(TwiExportTool, ListsItsScenesAndExplainsItself) {
+  test::ProgramRun list = run_export("--list-demos");
+  EXPECT_EQ(0, list.status);
+  EXPECT_TRUE(contains(list.output, "demo:empty"));
+  EXPECT_TRUE(contains(list.output, "demo:rig"));
+  EXPECT_TRUE(contains(list.output, "demo:clash"));
+  test::ProgramRun help = run_export("--help");
+  EXPECT_EQ(0, help.status);
+  EXPECT_TRUE(contains(help.output, "--translator")) << help.output;
+}
+
+TEST(TwiExportTool, ExportsTheRigThroughThePlugin) {
+  test::TempDirectory dir;
+  std::string out = dir.file("rig.twi");
+  test::ProgramRun run = run_export("demo:rig -o " + out);
+  ASSERT_EQ(0, run.status) << run.output;
+  EXPECT_TRUE(contains(run.output, "Exporting Node: rig\n")) << run.output;
+  EXPECT_TRUE(contains(run.output, " - SJSON -> Disc\n"));
+  EXPECT_FALSE(contains(run.output, "helper")) << "hidden";
+
+  test::ProgramRun check = run_twi("check " + out);
+  EXPECT_EQ(0, check.status) << check.output;
+  test::ProgramRun info = run_twi("info " + out);
+  EXPECT_TRUE(contains(info.output, "nodes: 4 (1 root)")) << info.output;
+  EXPECT_TRUE(contains(info.output, "hip.matrix: 30 samples")) << info.output;
+
+  // Hidden nodes, and the translator with the same meaning.
+  ASSERT_EQ(0, run_export("demo:rig --hidden --quiet -o " + dir.file("h.twi")).status);
+  EXPECT_TRUE(contains(run_twi("info " + dir.file("h.twi")).output, "nodes: 5 (1 root)"));
+  test::ProgramRun translator =
+      run_export("demo:rig --translator --options \"export_hidden=true\" -o " + dir.file("t.twi"));
+  ASSERT_EQ(0, translator.status) << translator.output;
+  EXPECT_EQ(test::read_file(dir.file("h.twi")), test::read_file(dir.file("t.twi")));
+
+  // A selection and a range of its own.
+  ASSERT_EQ(0, run_export("demo:rig --selected --select knee --range 1:2 -o " + dir.file("s.twi")).status);
+  std::string summary = run_twi("info " + dir.file("s.twi")).output;
+  EXPECT_TRUE(contains(summary, "nodes: 1 (1 root)")) << summary;
+  EXPECT_TRUE(contains(summary, "knee.matrix: 2 samples")) << summary;
+
+  // A frame rate keeps the range where it is in seconds.
+  ASSERT_EQ(0, run_export("demo:rig --fps 30 --quiet -o " + dir.file("f.twi")).status);
+  EXPECT_TRUE(contains(run_twi("info " + dir.file("f.twi")).output, "hip.matrix: 30 samples"));
+}
+
+TEST(TwiExportTool, FailuresExitWithOneAndWriteNothing) {
+  test::TempDirectory dir;
+  test::ProgramRun clash = run_export("demo:clash -o " + dir.file("c.twi"));
+  EXPECT_EQ(1, clash.status);
+  EXPECT_TRUE(contains(clash.output, "A node with name: arm already found.\nFailed exporting node.\n")) << clash.output;
+  EXPECT_TRUE(test::read_file(dir.file("c.twi")).empty());
+
+  test::ProgramRun unwritable = run_export("demo:empty -o " + dir.file("missing/folder/x.twi"));
+  EXPECT_EQ(1, unwritable.status);
+  EXPECT_TRUE(contains(unwritable.output, "// Error: Export failed: Cannot open output ")) << unwritable.output;
+}
+
+TEST(TwiExportTool, BadCommandLinesExitWithTwo) {
+  EXPECT_EQ(2, run_export("demo:rig").status) << "no output";
+  EXPECT_EQ(2, run_export("demo:nothing -o x.twi").status);
+  EXPECT_EQ(2, run_export("scene.mb -o x.twi").status);
+  EXPECT_EQ(2, run_export("demo:rig -o x.twi --range 5").status);
+  EXPECT_EQ(2, run_export("demo:rig -o x.twi --fps 23").status);
+  EXPECT_EQ(2, run_export("demo:rig -o x.twi --select nobody").status);
+  EXPECT_EQ(2, run_export("demo:rig -o x.twi --options a=b").status) << "--options without --translator";
+  test::ProgramRun unknown = run_export("demo:rig -o x.twi --frobnicate");
+  EXPECT_EQ(2, unknown.status);
+  EXPECT_TRUE(contains(unknown.output, "unknown option --frobnicate")) << unknown.output;
+}

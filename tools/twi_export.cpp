@@ -1,0 +1,313 @@
+// twi-export: runs the twi_exporter plug-in module in mayasim, as Maya would.
+//
+//   twi-export demo:NAME -o OUT.twi [options]
+//   twi-export --list-demos
+//
+// It loads the plug-in through mayasim's host, builds the scene, sets the
+// selection and playback range, runs twi_export (or the translator), prints
+// what the script editor shows, and exits 0 when the export succeeded.
+#include "demo_scenes.h"
+
+#include "mayasim/builder.h"
+#include "mayasim/host.h"
+
+#include <maya/MAnimControl.h>
+#include <maya/MTime.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+const char* const USAGE =
+    "usage: twi-export demo:NAME -o OUT.twi [options]\n"
+    "       twi-export --list-demos\n"
+    "\n"
+    "Exports a built-in scene through the twi_exporter plug-in running in mayasim\n"
+    "and prints what Maya's script editor would show.\n"
+    "\n"
+    "options:\n"
+    "  -o, --output FILE     the twi file to write (required)\n"
+    "  --selected            export the selected nodes only (-s; Export Selection\n"
+    "                        with --translator)\n"
+    "  --hidden              export hidden nodes too (-h)\n"
+    "  --animations          pass the animations flag (-a; it changes nothing)\n"
+    "  --select NODE,...     select these nodes, by name, before exporting\n"
+    "  --translator          export through the TarnwickIntermediate translator\n"
+    "                        instead of the twi_export command\n"
+    "  --options \"k=v;...\"   the translator's options string (with --translator;\n"
+    "                        --hidden and --animations are added after it)\n"
+    "  --range START:END     playback range in frames\n"
+    "  --fps N               frame rate of the scene (15, 24, 25, 30, 48, 50, 60, ...)\n"
+    "  --plugin PATH         the plug-in module to load (default: the one built\n"
+    "                        with this tool)\n"
+    "  --quiet               print errors only\n"
+    "  --list-demos          describe the built-in scenes\n"
+    "  --help                this text\n"
+    "\n"
+    "Exit status: 0 when the file was written, 1 when the export failed, 2 for a\n"
+    "bad command line.\n";
+
+struct Options {
+  std::string scene;
+  std::string output;
+  bool selected = false;
+  bool hidden = false;
+  bool animations = false;
+  std::vector<std::string> select;
+  bool translator = false;
+  std::string translator_options;
+  bool has_range = false;
+  double range_start = 0, range_end = 0;
+  int fps = 0;
+  std::string plugin = TW_PLUGIN_MODULE;
+  bool quiet = false;
+};
+
+int usage_error(const char* format, const char* argument) {
+  fprintf(stderr, "twi-export: ");
+  fprintf(stderr, format, argument);
+  fprintf(stderr, "\nRun `twi-export --help` for the options.\n");
+  return 2;
+}
+
+void list_demos() {
+  printf("Built-in scenes (twi-export demo:NAME -o OUT.twi):\n");
+  for (const tools::DemoScene* s = tools::DEMO_SCENES; s->name; ++s) {
+    printf("\n  demo:%s\n", s->name);
+    // Wrapped at 76 columns, indented by four.
+    std::string line;
+    const char* p = s->description;
+    while (*p) {
+      const char* end = strchr(p, ' ');
+      std::string word = end ? std::string(p, size_t(end - p)) : std::string(p);
+      if (!line.empty() && line.size() + 1 + word.size() > 72) {
+        printf("    %s\n", line.c_str());
+        line.clear();
+      }
+      line += (line.empty() ? "" : " ") + word;
+      p = end ? end + 1 : p + strlen(p);
+    }
+    if (!line.empty())
+      printf("    %s\n", line.c_str());
+  }
+}
+
+bool time_unit_for(int fps, MTime::Unit& unit) {
+  static const struct {
+    int fps;
+    MTime::Unit unit;
+  } RATES[] = {{2, MTime::k2FPS},     {3, MTime::k3FPS},     {4, MTime::k4FPS},     {5, MTime::k5FPS},
+               {6, MTime::k6FPS},     {8, MTime::k8FPS},     {10, MTime::k10FPS},   {12, MTime::k12FPS},
+               {15, MTime::kGames},   {16, MTime::k16FPS},   {20, MTime::k20FPS},   {24, MTime::kFilm},
+               {25, MTime::kPALFrame}, {30, MTime::kNTSCFrame}, {40, MTime::k40FPS},  {48, MTime::kShowScan},
+               {50, MTime::kPALField}, {60, MTime::kNTSCField}, {75, MTime::k75FPS},  {80, MTime::k80FPS},
+               {100, MTime::k100FPS}, {120, MTime::k120FPS}, {125, MTime::k125FPS}, {150, MTime::k150FPS},
+               {200, MTime::k200FPS}, {240, MTime::k240FPS}, {250, MTime::k250FPS}, {300, MTime::k300FPS},
+               {375, MTime::k375FPS}, {400, MTime::k400FPS}, {500, MTime::k500FPS}, {600, MTime::k600FPS},
+               {750, MTime::k750FPS}, {1200, MTime::k1200FPS}, {1500, MTime::k1500FPS},
+               {2000, MTime::k2000FPS}, {3000, MTime::k3000FPS}, {6000, MTime::k6000FPS}};
+  for (const auto& r : RATES)
+    if (r.fps == fps) {
+      unit = r.unit;
+      return true;
+    }
+  return false;
+}
+
+bool parse_number(const std::string& text, double& value) {
+  char* end = nullptr;
+  value = strtod(text.c_str(), &end);
+  return !text.empty() && end && *end == 0;
+}
+
+// MEL's double-quoted string.
+std::string mel_quoted(const std::string& text) {
+  std::string q = "\"";
+  for (char c : text) {
+    if (c == '"' || c == '\\')
+      q += '\\';
+    q += c;
+  }
+  return q + "\"";
+}
+
+int parse(int argc, char** argv, Options& o) {
+  for (int i = 1; i < argc; ++i) {
+    std::string a = argv[i];
+    auto value = [&](std::string& out) {
+      if (i + 1 >= argc)
+        return false;
+      out = argv[++i];
+      return true;
+    };
+    std::string v;
+    if (a == "-o" || a == "--output") {
+      if (!value(o.output))
+        return usage_error("%s needs a file name", a.c_str());
+    } else if (a == "--selected") {
+      o.selected = true;
+    } else if (a == "--hidden") {
+      o.hidden = true;
+    } else if (a == "--animations") {
+      o.animations = true;
+    } else if (a == "--select") {
+      if (!value(v))
+        return usage_error("%s needs node names, separated by commas", a.c_str());
+      size_t start = 0;
+      while (start <= v.size()) {
+        size_t comma = v.find(',', start);
+        std::string name = v.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
+        if (!name.empty())
+          o.select.push_back(name);
+        if (comma == std::string::npos)
+          break;
+        start = comma + 1;
+      }
+    } else if (a == "--translator") {
+      o.translator = true;
+    } else if (a == "--options") {
+      if (!value(o.translator_options))
+        return usage_error("%s needs an options string such as \"export_hidden=true\"", a.c_str());
+    } else if (a == "--range") {
+      if (!value(v))
+        return usage_error("%s needs START:END in frames", a.c_str());
+      size_t colon = v.find(':');
+      if (colon == std::string::npos || !parse_number(v.substr(0, colon), o.range_start) ||
+          !parse_number(v.substr(colon + 1), o.range_end))
+        return usage_error("--range takes START:END in frames, such as 1:24, not \"%s\"", v.c_str());
+      o.has_range = true;
+    } else if (a == "--fps") {
+      MTime::Unit unit = MTime::kFilm;
+      if (!value(v) || !time_unit_for(atoi(v.c_str()), unit) || std::to_string(atoi(v.c_str())) != v)
+        return usage_error("--fps takes one of Maya's frame rates (such as 24, 25, 30, 60), not \"%s\"",
+                           v.c_str());
+      o.fps = atoi(v.c_str());
+    } else if (a == "--plugin") {
+      if (!value(o.plugin))
+        return usage_error("%s needs the path of the plug-in module", a.c_str());
+    } else if (a == "--quiet") {
+      o.quiet = true;
+    } else if (!a.empty() && a[0] == '-') {
+      return usage_error("unknown option %s", a.c_str());
+    } else if (o.scene.empty()) {
+      o.scene = a;
+    } else {
+      return usage_error("one scene only; \"%s\" is one too many", a.c_str());
+    }
+  }
+  if (o.scene.empty())
+    return usage_error("%s", "no scene given: name one as demo:NAME (see --list-demos)");
+  if (o.output.empty())
+    return usage_error("%s", "no output file given: add -o OUT.twi");
+  if (!o.translator_options.empty() && !o.translator)
+    return usage_error("%s", "--options goes with --translator");
+  return 0;
+}
+
+void print_script_editor(const mayasim::Host& host, size_t from, bool quiet) {
+  const std::vector<mayasim::ScriptLine>& lines = host.script_editor();
+  for (size_t i = from; i < lines.size(); ++i) {
+    if (quiet && lines[i].kind != mayasim::ScriptLine::ERROR)
+      continue;
+    FILE* out = lines[i].kind == mayasim::ScriptLine::ERROR ? stderr : stdout;
+    std::string text = mayasim::script_editor_form(lines[i]);
+    // displayInfo text already ending in a newline is shown as it is.
+    fprintf(out, "%s%s", text.c_str(), !text.empty() && text.back() == '\n' ? "" : "\n");
+  }
+  fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    if (strcmp(argv[i], "--help") == 0) {
+      fputs(USAGE, stdout);
+      return 0;
+    }
+    if (strcmp(argv[i], "--list-demos") == 0) {
+      list_demos();
+      return 0;
+    }
+  }
+  Options o;
+  if (int status = parse(argc, argv, o))
+    return status;
+
+  if (o.scene.compare(0, 5, "demo:") != 0)
+    return usage_error("scenes are built in: name one as demo:NAME (see --list-demos), not \"%s\"",
+                       o.scene.c_str());
+  const tools::DemoScene* demo = tools::find_demo_scene(o.scene.c_str() + 5);
+  if (!demo)
+    return usage_error("there is no scene %s (see --list-demos)", o.scene.c_str());
+
+  demo->build();
+  if (o.fps) {
+    MTime::Unit unit = MTime::kFilm;
+    time_unit_for(o.fps, unit);
+    // Keep the playback range where it is in seconds.
+    double start = MAnimControl::minTime().as(MTime::kSeconds), end = MAnimControl::maxTime().as(MTime::kSeconds);
+    mayasim::builder::set_time_unit(unit);
+    double per_frame = MTime(1.0, unit).as(MTime::kSeconds);
+    mayasim::builder::set_playback_range(start / per_frame, end / per_frame);
+  }
+  if (o.has_range)
+    mayasim::builder::set_playback_range(o.range_start, o.range_end);
+  std::vector<MObject> selection;
+  for (const std::string& name : o.select) {
+    MObject node = mayasim::builder::find(name);
+    if (node.isNull()) {
+      fprintf(stderr, "twi-export: --select: %s has no node named \"%s\"\n", o.scene.c_str(), name.c_str());
+      return 2;
+    }
+    selection.push_back(node);
+  }
+  mayasim::builder::select(selection);
+
+  mayasim::Host host;
+  size_t shown = 0;
+  if (!host.load_plugin(o.plugin)) {
+    print_script_editor(host, shown, false);
+    fprintf(stderr, "twi-export: the plug-in %s did not load\n", o.plugin.c_str());
+    return 1;
+  }
+  print_script_editor(host, shown, o.quiet);
+  shown = host.script_editor().size();
+
+  MStatus status;
+  if (o.translator) {
+    std::string options = o.translator_options;
+    if (o.hidden)
+      options += (options.empty() ? "" : ";") + std::string("export_hidden=true");
+    if (o.animations)
+      options += (options.empty() ? "" : ";") + std::string("animation_only=true");
+    status = host.export_file("TarnwickIntermediate", o.output, options,
+                              o.selected ? MPxFileTranslator::kExportActiveAccessMode
+                                         : MPxFileTranslator::kExportAccessMode);
+  } else {
+    std::string command = "twi_export -f " + mel_quoted(o.output);
+    if (o.selected)
+      command += " -s";
+    if (o.hidden)
+      command += " -h";
+    if (o.animations)
+      command += " -a";
+    status = host.execute(command);
+  }
+  print_script_editor(host, shown, o.quiet);
+  shown = host.script_editor().size();
+
+  host.unload_all();
+  print_script_editor(host, shown, o.quiet);
+  if (!status) {
+    fprintf(stderr, "twi-export: the export of %s failed\n", o.scene.c_str());
+    return 1;
+  }
+  if (!o.quiet)
+    printf("twi-export: wrote %s\n", o.output.c_str());
+  return 0;
+}
