@@ -11,12 +11,12 @@ build:
 test: build
 	ctest --preset $(PRESET) -j $(JOBS)
 
-# Exports the demo rig through the plug-in running in mayasim, then
+# Exports the demo character through the plug-in running in mayasim, then
 # summarises what was written. Builds only what the demo needs.
 demo:
 	cmake --preset $(PRESET) >/dev/null
 	cmake --build --preset $(PRESET) -j $(JOBS) --target twi twi-export
-	./build/$(PRESET)/tools/twi-export demo:rig -o demo.twi
+	./build/$(PRESET)/tools/twi-export demo:character -o demo.twi
 	./build/$(PRESET)/tools/twi info demo.twi
 
 check-deep:

@@ -1,12 +1,158 @@
 #include "exporter/mesh_export.h"
 
+#include "exporter/mesh_capture.h"
+#include "exporter/skin_export.h"
+#include "foundation/memory/temp_allocator.h"
+
+#include <maya/MColorArray.h>
+#include <maya/MDagPath.h>
+#include <maya/MFloatArray.h>
+#include <maya/MFloatVectorArray.h>
+#include <maya/MFn.h>
+#include <maya/MFnMesh.h>
+#include <maya/MFnSkinCluster.h>
+#include <maya/MItDependencyNodes.h>
+#include <maya/MPointArray.h>
+
+using namespace foundation;
+
 namespace twi {
 
-bool export_mesh(ExporterContext& context, SceneDatabase&, const char* name, const MDagPath&) {
-  append_log(context, " - Mesh of ");
-  append_log(context, name);
-  append_log(context, " skipped: mesh capture is not available in this build\n");
+namespace {
+
+// Finds the skin cluster whose output is `shape`: the first match over
+// every skin cluster's output connections.
+bool find_skin_cluster(const MObject& shape, MObject& skin_cluster, MObject& input_shape) {
+  for (MItDependencyNodes it(MFn::kSkinClusterFilter); !it.isDone(); it.next()) {
+    MObject node = it.thisNode();
+    MFnSkinCluster skin(node);
+    unsigned connections = skin.numOutputConnections();
+    for (unsigned c = 0; c < connections; ++c) {
+      unsigned index = skin.indexForOutputConnection(c);
+      if (skin.outputShapeAtIndex(index) == shape) {
+        skin_cluster = node;
+        input_shape = skin.inputShapeAtIndex(index);
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+void copy_vectors(Vector<GeometryStream>& streams, const char* name, const MFloatVectorArray& vectors) {
+  unsigned n = vectors.length();
+  float* out = reinterpret_cast<float*>(add_stream(streams, name, 0, CT_FLOAT3, n));
+  for (unsigned i = 0; i < n; ++i) {
+    out[3 * i + 0] = vectors[i].x;
+    out[3 * i + 1] = vectors[i].y;
+    out[3 * i + 2] = vectors[i].z;
+  }
+}
+
+} // namespace
+
+bool capture_streams(ExporterContext& context, MFnMesh& mesh, MeshCapture& capture) {
+  Vector<GeometryStream>& streams = capture.geometry.streams;
+
+  MPointArray points;
+  if (!mesh.getPoints(points, MSpace::kObject)) {
+    append_log(context, "Failed retrieving points.\n");
+    return false;
+  }
+  unsigned n = points.length();
+  float* positions = reinterpret_cast<float*>(add_stream(streams, "POSITION", 0, CT_FLOAT3, n));
+  for (unsigned i = 0; i < n; ++i) {
+    positions[3 * i + 0] = float(points[i].x) * context.unit_scale;
+    positions[3 * i + 1] = float(points[i].y) * context.unit_scale;
+    positions[3 * i + 2] = float(points[i].z) * context.unit_scale;
+  }
+
+  MFloatVectorArray normals;
+  if (!mesh.getNormals(normals, MSpace::kObject)) {
+    append_log(context, "Failed retrieving normals.\n");
+    return false;
+  }
+  copy_vectors(streams, "NORMAL", normals);
+
+  MFloatVectorArray binormals, tangents;
+  mesh.getBinormals(binormals, MSpace::kObject);
+  capture.has_binormals = binormals.length() > 0;
+  if (capture.has_binormals)
+    copy_vectors(streams, "BINORMAL", binormals);
+  mesh.getTangents(tangents, MSpace::kObject);
+  capture.has_tangents = tangents.length() > 0;
+  if (capture.has_tangents)
+    copy_vectors(streams, "TANGENT", tangents);
+
+  // Only the first colour set, whichever is current in Maya.
+  MStringArray color_sets;
+  mesh.getColorSetNames(color_sets);
+  capture.color_set = color_sets.length() > 0 ? color_sets[0] : MString("");
+  if (capture.color_set.length() > 0) {
+    capture.has_rgb = mesh.hasColorChannels(capture.color_set);
+    capture.has_alpha = mesh.hasAlphaChannels(capture.color_set);
+  }
+  if (capture.has_rgb) {
+    MColorArray colors;
+    mesh.getColors(colors, &capture.color_set);
+    unsigned count = colors.length();
+    if (count > 0) {
+      float* rgb = reinterpret_cast<float*>(add_stream(streams, "COLOR", 0, CT_FLOAT3, count));
+      float* alpha =
+          capture.has_alpha ? reinterpret_cast<float*>(add_stream(streams, "ALPHA", 0, CT_FLOAT1, count)) : nullptr;
+      for (unsigned i = 0; i < count; ++i) {
+        rgb[3 * i + 0] = colors[i].r;
+        rgb[3 * i + 1] = colors[i].g;
+        rgb[3 * i + 2] = colors[i].b;
+        if (alpha)
+          alpha[i] = colors[i].a;
+      }
+    }
+  }
+
+  mesh.getUVSetNames(capture.uv_sets);
+  for (unsigned k = 0; k < capture.uv_sets.length(); ++k) {
+    MFloatArray u, v;
+    mesh.getUVs(u, v, &capture.uv_sets[k]);
+    unsigned count = u.length() < v.length() ? u.length() : v.length();
+    float* uv = reinterpret_cast<float*>(add_stream(streams, "TEXCOORD", k, CT_FLOAT2, count));
+    for (unsigned i = 0; i < count; ++i) {
+      uv[2 * i + 0] = u[i];
+      uv[2 * i + 1] = v[i];
+    }
+  }
+  return true;
+}
+
+bool export_mesh(ExporterContext& context, SceneDatabase& database, const char* name, const MDagPath& path) {
+  Allocator& allocator = *context.allocator;
+  MFnMesh mesh(path);
+  MeshCapture capture(allocator);
+  // A skinned mesh is read from the geometry that enters its skin cluster.
+  capture.skinned = find_skin_cluster(mesh.object(), capture.skin_cluster, capture.input_shape);
+  if (capture.skinned)
+    mesh.setObject(capture.input_shape);
+
+  append_log(context, " - Mesh\n");
   show_log(context);
+  append_log(context, "  - Geometry\n");
+  show_log(context);
+  if (!capture_streams(context, mesh, capture))
+    return false;
+
+  // Scratch for the topology: given back in one piece when the mesh is done.
+  ScopedTempAllocator scratch;
+  PolygonTriangles triangles(scratch, 20);
+  if (!capture_topology(context, path, capture, triangles))
+    return false;
+  if (!capture_materials(context, path, mesh, capture, triangles))
+    return false;
+  if (capture.skinned && !export_skin(context, database, name, capture.geometry, path, capture.skin_cluster,
+                                      capture.input_shape)) {
+    append_log(context, "Failed exporting skin\n");
+    return false;
+  }
+  database.geometries.get_or_insert(name) = capture.geometry;
   return true;
 }
 

@@ -1,9 +1,16 @@
-// The mesh export: the mesh below a transform as a SceneGeometry stored
+// The mesh export: the mesh below a transform as one SceneGeometry, stored
 // under the transform's name.
 //
-// Not captured yet: the export shows that it skipped the mesh and stores
-// nothing, so the node keeps an empty geometries list and the document
-// stays valid. Returns false only when the mesh can't be exported at all.
+// Three phases, each announced in the log: the streams (Maya's own value
+// arrays copied in Maya's order: POSITION in metres, NORMAL, BINORMAL and
+// TANGENT when Maya has them, COLOR and ALPHA from the first colour set,
+// one TEXCOORD per UV set), the topology (Maya's triangulation, one index
+// list per stream) and the materials (triangles grouped by shading group,
+// named after the material). A mesh deformed by a skin cluster is read from
+// the skin cluster's input shape, in its bind pose, and gets its skin last.
+//
+// Returns false, with the reason in the log, when the mesh can't be
+// exported; nothing is stored then (a skin entry already made stays).
 #pragma once
 
 #include "exporter/exporter_context.h"

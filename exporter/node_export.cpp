@@ -60,8 +60,7 @@ bool export_subtree(ExporterContext& context, SceneDatabase& database, const cha
   if (path.hasFn(MFn::kMesh)) {
     if (!export_mesh(context, database, name.c_str(), path))
       return false;
-    if (database.geometries.has(name.c_str()))
-      geometries.push_back(name);
+    geometries.push_back(name);
   }
 
   Vector<String> children(allocator);

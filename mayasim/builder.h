@@ -25,9 +25,6 @@
 #include <vector>
 
 namespace mayasim {
-
-struct MeshData;
-
 namespace builder {
 
 struct Vec3 {
@@ -77,8 +74,11 @@ struct MeshDesc {
 
 // A mesh shape under `transform`, assigned to initialShadingGroup; returns the shape.
 OPENMAYA_EXPORT MObject mesh(const MObject& transform, const std::string& shape_name, const MeshDesc& desc);
-// The mesh data of a shape, to adjust in tests.
-OPENMAYA_EXPORT MeshData& mesh_data(const MObject& shape);
+// Moves the points of the mesh of `node` (a transform or mesh), as a
+// deformer does to its output shape.
+OPENMAYA_EXPORT void set_points(const MObject& node, const std::vector<MPoint>& points);
+// Takes every shading group off the mesh of `node`, for every instance.
+OPENMAYA_EXPORT void remove_shading(const MObject& node);
 
 // Ready-made meshes: a cube of `size` centred on the origin; a grid of
 // `columns` x `rows` quads in the XZ plane; a capped cylinder standing on
@@ -123,6 +123,20 @@ OPENMAYA_EXPORT void set_intermediate(const MObject& node, bool intermediate);
 OPENMAYA_EXPORT void set_default(const MObject& node, bool is_default);
 OPENMAYA_EXPORT void set_shared(const MObject& node, bool shared);
 OPENMAYA_EXPORT void set_scene_file(const std::string& path);
+// Connects a shading group to an instance of a mesh without assigning any
+// polygon to it (Maya lists such a group among the instance's groups).
+OPENMAYA_EXPORT void connect_shading_group(const MObject& node, const MObject& shading_group, unsigned instance = 0);
+// Makes an API call fail until the next new_scene, to test how a plug-in
+// copes. The names: "MFnMesh::getPoints", "MFnMesh::getNormals",
+// "MFnMesh::getConnectedShaders", "MItMeshPolygon::numTriangles",
+// "MItMeshPolygon::getColorIndex", "MItMeshPolygon::getUVIndex" (a failure
+// other than an unmapped corner), "MPlug::connectedTo",
+// "MFnSkinCluster::MFnSkinCluster", "MFnSkinCluster::influenceObjects",
+// "MFnSkinCluster::indexForInfluenceObject", "MFnDependencyNode::findPlug
+// ATTRIBUTE" (a plug by name) and "attach NODE" (any function set on the
+// node of that name).
+// With `after`, that many calls still succeed first.
+OPENMAYA_EXPORT void fail_call(const std::string& call, unsigned after = 0);
 // A node of the scene by name, or a null object.
 OPENMAYA_EXPORT MObject find(const std::string& name);
 // A dependency node that is not in the DAG, of any type.

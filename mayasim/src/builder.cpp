@@ -199,7 +199,14 @@ MObject mesh(const MObject& transform_node, const std::string& shape_name, const
   return MObject(shape);
 }
 
-MeshData& mesh_data(const MObject& node) { return *mesh_shape(node)->mesh; }
+void set_points(const MObject& node, const std::vector<MPoint>& points) {
+  MeshData& m = *mesh_shape(node)->mesh;
+  if (points.size() != m.points.size())
+    throw std::invalid_argument("mayasim builder: set_points needs one point per vertex");
+  m.points = points;
+}
+
+void remove_shading(const MObject& node) { mesh_shape(node)->mesh->shading.clear(); }
 
 MeshDesc cube(double size, Normals normals) {
   double h = size / 2;
@@ -331,6 +338,10 @@ void assign(const MObject& node, const MObject& shading_group, const std::vector
     index = int(s.groups.size());
     s.groups.push_back(group);
   }
+  std::vector<bool> had_polygons(s.groups.size(), false);
+  for (int g : s.polygon_groups)
+    if (g >= 0)
+      had_polygons[size_t(g)] = true;
   if (polygons.empty()) {
     for (int& g : s.polygon_groups)
       g = index;
@@ -338,11 +349,12 @@ void assign(const MObject& node, const MObject& shading_group, const std::vector
     for (int p : polygons)
       s.polygon_groups[size_t(p)] = index;
   }
-  // Groups no polygon uses any more leave the list, as Maya's query shows.
+  // Groups whose last polygons moved away leave the list, as Maya's query
+  // shows; a group connected without polygons stays.
   std::vector<Node*> used;
   std::vector<int> remap(s.groups.size(), -1);
   for (size_t i = 0; i < s.groups.size(); ++i) {
-    bool in_use = false;
+    bool in_use = int(i) == index || !had_polygons[i];
     for (int g : s.polygon_groups)
       in_use = in_use || g == int(i);
     if (in_use) {
@@ -430,6 +442,22 @@ void set_intermediate(const MObject& node, bool intermediate) { require(node, "n
 void set_default(const MObject& node, bool is_default) { require(node, "node")->is_default = is_default; }
 void set_shared(const MObject& node, bool shared) { require(node, "node")->is_shared = shared; }
 void set_scene_file(const std::string& path) { scene().current_file = path; }
+
+void connect_shading_group(const MObject& node, const MObject& shading_group, unsigned instance) {
+  Node* shape = mesh_shape(node);
+  Node* group = require(shading_group, "shading group");
+  MeshData& m = *shape->mesh;
+  if (m.shading.size() <= instance)
+    m.shading.resize(instance + 1);
+  MeshData::Shading& s = m.shading[instance];
+  s.polygon_groups.resize(m.polygons.size(), -1);
+  for (Node* g : s.groups)
+    if (g == group)
+      return;
+  s.groups.push_back(group);
+}
+
+void fail_call(const std::string& call, unsigned after) { scene().failing_calls.push_back({call, after}); }
 
 MObject find(const std::string& name) {
   Node* n = scene().find(name);

@@ -260,7 +260,7 @@ MStatus attach(MObject& target, void*& path, const MObject& object, MFn::Type re
   delete static_cast<Path*>(path);
   path = nullptr;
   Node* n = node_of(object);
-  if (!n || !n->has_fn(required)) {
+  if (!n || !n->has_fn(required) || should_fail("attach " + n->name)) {
     target = MObject();
     return MS::kInvalidParameter;
   }
@@ -323,7 +323,8 @@ MPlug MFnDependencyNode::findPlug(const MString& attrName, bool, MStatus* Return
   Node* n = attached(_object, ReturnStatus);
   if (!n)
     return MPlug();
-  if (!node_has_attribute(n, attrName.asChar())) {
+  if (!node_has_attribute(n, attrName.asChar()) ||
+      should_fail(std::string("MFnDependencyNode::findPlug ") + attrName.asChar())) {
     set_status(ReturnStatus, MS::kInvalidParameter);
     return MPlug();
   }

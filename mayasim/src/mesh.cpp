@@ -229,7 +229,7 @@ int MFnMesh::numColors(const MString& colorSet, MStatus* ReturnStatus) const {
 
 MStatus MFnMesh::getPoints(MPointArray& vertexArray, MSpace::Space space) const {
   MeshData* m = mesh_of(_object);
-  if (!m)
+  if (!m || should_fail("MFnMesh::getPoints"))
     return MS::kFailure;
   MMatrix to_world;
   if (space == MSpace::kWorld) {
@@ -255,7 +255,7 @@ MStatus MFnMesh::getPolygonVertices(int polygonId, MIntArray& vertexList) const 
 }
 MStatus MFnMesh::getNormals(MFloatVectorArray& normals, MSpace::Space) const {
   MeshData* m = mesh_of(_object);
-  if (!m)
+  if (!m || should_fail("MFnMesh::getNormals"))
     return MS::kFailure;
   normals.setLength(unsigned(m->normals.size()));
   for (size_t i = 0; i < m->normals.size(); ++i)
@@ -392,7 +392,7 @@ MStatus MFnMesh::getColorIndex(int faceIndex, int localVertexIndex, int& colorIn
 }
 MStatus MFnMesh::getConnectedShaders(unsigned int instanceNumber, MObjectArray& shaders, MIntArray& indices) const {
   MeshData* m = mesh_of(_object);
-  if (!m)
+  if (!m || should_fail("MFnMesh::getConnectedShaders"))
     return MS::kFailure;
   shaders.clear();
   indices.clear();
@@ -530,7 +530,7 @@ bool MItMeshPolygon::hasValidTriangulation(MStatus* ReturnStatus) const {
 }
 MStatus MItMeshPolygon::numTriangles(int& count) const {
   PolygonWalk& w = walk(_state);
-  if (w.at >= w.faces.size())
+  if (w.at >= w.faces.size() || should_fail("MItMeshPolygon::numTriangles"))
     return MS::kFailure;
   // A face without a valid triangulation has no triangles.
   w.triangulate_current();
@@ -615,7 +615,7 @@ bool MItMeshPolygon::hasUVs(const MString& uvSet, MStatus* ReturnStatus) const {
 MStatus MItMeshPolygon::getUVIndex(int localVertex, int& index, const MString* uvSet) {
   PolygonWalk& w = walk(_state);
   const UvSet* s = find_uv_set(*w.mesh, uvSet);
-  if (!s)
+  if (!s || should_fail("MItMeshPolygon::getUVIndex"))
     return MS::kFailure;
   if (!in_face(w, localVertex))
     return MS::kInvalidParameter;
@@ -648,6 +648,8 @@ bool MItMeshPolygon::hasColor(MStatus* ReturnStatus) const {
 MStatus MItMeshPolygon::getColorIndex(int localVertexIndex, int& colorIndex, const MString* colorSetName) {
   PolygonWalk& w = walk(_state);
   const ColorSet* s = find_color_set(*w.mesh, colorSetName);
+  if (should_fail("MItMeshPolygon::getColorIndex"))
+    return MS::kFailure;
   if (!s || !in_face(w, localVertexIndex))
     return MS::kInvalidParameter;
   colorIndex = s->face_vertex_ids[size_t(w.offset() + localVertexIndex)];

@@ -201,6 +201,17 @@ void new_scene() {
   s.current_file = "untitled";
 }
 
+bool should_fail(const std::string& call) {
+  for (Scene::FailingCall& c : scene().failing_calls) {
+    if (c.call != call)
+      continue;
+    if (c.successes_left == 0)
+      return true;
+    --c.successes_left;
+  }
+  return false;
+}
+
 double seconds_per(MTime::Unit unit) {
   switch (unit) {
   case MTime::kHours:

@@ -172,6 +172,13 @@ struct Scene {
   MDistance::Unit internal_unit = MDistance::kCentimeters;
   MDistance::Unit ui_unit = MDistance::kCentimeters;
   std::string current_file;
+  // API calls made to fail, for testing how a plug-in copes (see
+  // builder::fail_call).
+  struct FailingCall {
+    std::string call;
+    unsigned successes_left; // calls that still succeed before it fails
+  };
+  std::vector<FailingCall> failing_calls;
 
   ~Scene();
   Node* create(MFn::Type type, const char* type_name, const std::string& name, Node* parent);
@@ -180,6 +187,9 @@ struct Scene {
 };
 
 Scene& scene();
+// Whether `call` ("MFnMesh::getPoints", "MFnDependencyNode::findPlug surfaceShader",
+// "attach lambert1", ...) was made to fail.
+bool should_fail(const std::string& call);
 // Replaces the scene with a new one: the world and Maya's default cameras.
 void new_scene();
 

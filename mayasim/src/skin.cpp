@@ -128,7 +128,7 @@ MPlug MPlug::array(MStatus* ReturnStatus) const {
   return MPlug(_node, _attribute.asChar(), -1);
 }
 bool MPlug::connectedTo(MPlugArray& array, bool asDst, bool asSrc, MStatus* ReturnStatus) const {
-  set_status(ReturnStatus, isNull() ? MS::kFailure : MS::kSuccess);
+  set_status(ReturnStatus, isNull() || should_fail("MPlug::connectedTo") ? MS::kFailure : MS::kSuccess);
   array.clear();
   PlugRef me = ref_of(_node, _attribute, _index);
   bool connected = false;
@@ -348,7 +348,7 @@ MFnSkinCluster::MFnSkinCluster(MObject& object, MStatus* ReturnStatus)
     : MFnSkinCluster(static_cast<const MObject&>(object), ReturnStatus) {}
 MFnSkinCluster::MFnSkinCluster(const MObject& object, MStatus* ReturnStatus) {
   Node* n = node_of(object);
-  if (!n || n->type != MFn::kSkinClusterFilter || !n->skin) {
+  if (!n || n->type != MFn::kSkinClusterFilter || !n->skin || should_fail("MFnSkinCluster::MFnSkinCluster")) {
     set_status(ReturnStatus, MS::kInvalidParameter);
     return;
   }
@@ -360,7 +360,7 @@ MFn::Type MFnSkinCluster::type() const { return MFn::kSkinClusterFilter; }
 unsigned int MFnSkinCluster::influenceObjects(MDagPathArray& paths, MStatus* ReturnStatus) const {
   SkinData* s = skin_of(_object);
   paths.clear();
-  if (!s) {
+  if (!s || should_fail("MFnSkinCluster::influenceObjects")) {
     set_status(ReturnStatus, MS::kFailure);
     return 0;
   }
@@ -375,7 +375,7 @@ unsigned int MFnSkinCluster::influenceObjects(MDagPathArray& paths, MStatus* Ret
 unsigned int MFnSkinCluster::indexForInfluenceObject(const MDagPath& influence, MStatus* ReturnStatus) const {
   SkinData* s = skin_of(_object);
   const Path& p = path_of(influence.internal());
-  if (s && !p.empty())
+  if (s && !p.empty() && !should_fail("MFnSkinCluster::indexForInfluenceObject"))
     for (const SkinData::Influence& i : s->influences)
       if (i.joint == p.back()) {
         set_status(ReturnStatus, MS::kSuccess);

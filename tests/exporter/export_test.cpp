@@ -18,12 +18,6 @@ namespace {
 
 class Export : public test::PluginTest {
 protected:
-  SceneDatabase& exported(const std::string& flags = "") {
-    EXPECT_EQ(MS::kSuccess, export_command(flags, out()).statusCode()) << host.script_editor_text();
-    _database.reset(new SceneDatabase(foundation::memory_globals::default_allocator()));
-    read(out(), *_database);
-    return *_database;
-  }
   std::vector<std::string> roots(const SceneDatabase& db) {
     std::vector<std::string> names;
     for (uint32_t i = 0; i < db.roots.size(); ++i)
@@ -33,8 +27,6 @@ protected:
   bool has_node(const SceneDatabase& db, const char* name) { return db.nodes.has(name); }
   const twi::SceneNode& node(const SceneDatabase& db, const char* name) { return db.nodes.find(name).value(); }
   bool exists(const std::string& file) { return access(file.c_str(), F_OK) == 0; }
-
-  std::unique_ptr<SceneDatabase> _database;
 };
 
 // group (hidden) -> visible child; two roots with children.

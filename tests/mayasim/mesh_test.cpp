@@ -309,3 +309,34 @@ TEST(MayasimMesh, ShadingGroupsPerInstanceAndPolygon) {
   EXPECT_FALSE(empty.connectedTo(sources, true, false));
   EXPECT_EQ(0u, sources.length());
 }
+
+TEST(MayasimMesh, ConnectedGroupsWithoutPolygonsStayListed) {
+  new_scene();
+  MObject t = transform("box");
+  mesh(t, "boxShape", cube(1));
+  Material red = material("red");
+  Material spare = material("spare");
+  connect_shading_group(t, spare.shading_group);
+  assign(t, red.shading_group); // every polygon moves to red
+  MObjectArray groups;
+  MIntArray indices;
+  MFnMesh(path_to("box")).getConnectedShaders(0, groups, indices);
+  ASSERT_EQ(2u, groups.length()) << "initialShadingGroup lost its polygons and left; spare stays";
+  EXPECT_STREQ("spareSG", MFnDependencyNode(groups[0]).name().asChar());
+  EXPECT_STREQ("redSG", MFnDependencyNode(groups[1]).name().asChar());
+  EXPECT_EQ(1, indices[0]);
+}
+
+TEST(MayasimMesh, InjectedFailuresStartAfterTheGivenCalls) {
+  new_scene();
+  mesh(transform("box"), "boxShape", cube(1));
+  fail_call("MFnMesh::getPoints", 1);
+  MFnMesh fn(path_to("box"));
+  MPointArray points;
+  EXPECT_EQ(MS::kSuccess, fn.getPoints(points).statusCode());
+  EXPECT_EQ(MS::kFailure, fn.getPoints(points).statusCode());
+  EXPECT_EQ(MS::kFailure, fn.getPoints(points).statusCode());
+  new_scene();
+  mesh(transform("box"), "boxShape", cube(1));
+  EXPECT_EQ(MS::kSuccess, MFnMesh(path_to("box")).getPoints(points).statusCode()) << "a new scene forgets them";
+}

@@ -7,6 +7,7 @@
 #include "foundation/config/parse_simplified_json.h"
 #include "foundation/memory/memory_globals.h"
 #include "scene/document_reader.h"
+#include "scene/scene_check.h"
 #include "scene/scene_database.h"
 #include "support/test_support.h"
 
@@ -15,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdlib.h>
 #include <string>
 #include <vector>
@@ -84,15 +86,38 @@ protected:
     return host.execute("twi_export -f \"" + file + "\" " + flags);
   }
 
-  // Parses an exported file into `database`.
+  // Parses an exported file into `database`; every exported document must
+  // also pass `twi check`'s verification.
   void read(const std::string& file, twi::SceneDatabase& database) {
     std::string text = read_file(file);
     ASSERT_FALSE(text.empty()) << file;
     foundation::DynamicConfigValue document(foundation::memory_globals::default_allocator());
     foundation::simplified_json::parse(text.c_str(), uint32_t(text.size()), document);
     twi::read_scene_document(database, document);
+    foundation::Vector<foundation::String> problems(foundation::memory_globals::default_allocator());
+    bool valid = twi::check_scene(database, problems);
+    std::string all;
+    for (uint32_t i = 0; i < problems.size(); ++i)
+      all += std::string(problems[i].c_str()) + "\n";
+    EXPECT_TRUE(valid) << file << ":\n" << all;
   }
 
+  // Exports with twi_export (expecting success) and reads the file back.
+  twi::SceneDatabase& exported(const std::string& flags = "") {
+    EXPECT_EQ(MS::kSuccess, export_command(flags, out()).statusCode()) << host.script_editor_text();
+    _database.reset(new twi::SceneDatabase(foundation::memory_globals::default_allocator()));
+    read(out(), *_database);
+    return *_database;
+  }
+
+  // Exports expecting failure; returns the command's final log message.
+  std::string failed_export() {
+    EXPECT_EQ(MS::kFailure, export_command("", out()).statusCode());
+    std::vector<std::string> lines = info_lines(host);
+    return lines.empty() ? std::string() : lines.back();
+  }
+
+  std::unique_ptr<twi::SceneDatabase> _database;
   ScopedEnvironment _script_path;
   ScopedEnvironment _location;
   TempDirectory dir;

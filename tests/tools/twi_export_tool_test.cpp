@@ -64,6 +64,23 @@ TEST(TwiExportTool, ExportsTheRigThroughThePlugin) {
   EXPECT_TRUE(contains(run_twi("info " + dir.file("f.twi")).output, "hip.matrix: 30 samples"));
 }
 
+TEST(TwiExportTool, TheCharacterIsAValidSkinnedDocument) {
+  test::TempDirectory dir;
+  std::string out = dir.file("character.twi");
+  test::ProgramRun run = run_export("demo:character --quiet -o " + out);
+  ASSERT_EQ(0, run.status) << run.output;
+  EXPECT_EQ("", run.output) << "quiet prints errors only";
+  test::ProgramRun check = run_twi("check " + out);
+  EXPECT_EQ(0, check.status) << check.output;
+  std::string info = run_twi("info " + out).output;
+  EXPECT_TRUE(contains(info, "body: 224 vertices, 444 triangles, 2 materials, streams: POSITION NORMAL BINORMAL "
+                             "TANGENT COLOR ALPHA TEXCOORD TEXCOORD[1] BLENDWEIGHTS BLENDINDICES (skin body)"))
+      << info;
+  EXPECT_TRUE(contains(info, "crate: 8 vertices, 12 triangles, 1 material")) << info;
+  EXPECT_TRUE(contains(info, "body: 4 joints")) << info;
+  EXPECT_TRUE(contains(info, "head.matrix: 60 samples")) << info;
+}
+
 TEST(TwiExportTool, FailuresExitWithOneAndWriteNothing) {
   test::TempDirectory dir;
   test::ProgramRun clash = run_export("demo:clash -o " + dir.file("c.twi"));

@@ -1,0 +1,47 @@
+// What the phases of one mesh export share (internal to the exporter).
+//
+// The stream phase decides which streams exist and records the flags that
+// decided them; the topology phase advances its index lists by the very
+// same flags, so that list s belongs to stream s (see capture_topology for
+// the one deliberate exception).
+#pragma once
+
+#include "exporter/exporter_context.h"
+#include "foundation/collection/map.h"
+#include "scene/scene_database.h"
+
+#include <maya/MObject.h>
+#include <maya/MString.h>
+#include <maya/MStringArray.h>
+
+class MDagPath;
+class MFnMesh;
+
+namespace twi {
+
+struct MeshCapture {
+  SceneGeometry geometry;
+  bool has_binormals; // Maya gave binormals
+  bool has_tangents;  // Maya gave tangents
+  bool has_rgb;       // the first colour set has colour channels
+  bool has_alpha;     // ... and alpha channels
+  MString color_set;  // the first colour set ("" for none)
+  MStringArray uv_sets;
+  bool skinned;
+  MObject skin_cluster;
+  MObject input_shape;
+
+  explicit MeshCapture(Allocator& a)
+      : geometry(a), has_binormals(false), has_tangents(false), has_rgb(false), has_alpha(false), skinned(false) {}
+};
+
+// Triangle numbers made from each polygon, by polygon number.
+typedef foundation::Map<uint32_t, foundation::Vector<uint32_t>> PolygonTriangles;
+
+bool capture_streams(ExporterContext& context, MFnMesh& mesh, MeshCapture& capture);
+bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCapture& capture,
+                      PolygonTriangles& triangles);
+bool capture_materials(ExporterContext& context, const MDagPath& path, MFnMesh& mesh, MeshCapture& capture,
+                       const PolygonTriangles& triangles);
+
+} // namespace twi

@@ -1,0 +1,166 @@
+// Skinned meshes through the plug-in module: the input shape is exported,
+// the joints and matrices, the weight streams and their channel type, and
+// the skin's failures.
+#include "plugin/plugin_fixture.h"
+
+#include <math.h>
+
+using namespace mayasim::builder;
+using test::info_lines;
+using twi::GeometryStream;
+using twi::SceneDatabase;
+using twi::SceneGeometry;
+
+namespace {
+
+class SkinExport : public test::PluginTest {
+protected:
+  void SetUp() override {
+    test::PluginTest::SetUp();
+    set_playback_range(1, 1);
+  }
+};
+
+const float* floats(const GeometryStream& s) { return reinterpret_cast<const float*>(s.data.data()); }
+
+// A strip of `columns` quads (2 * (columns + 1) vertices) along X, bound to
+// `joint_count` joints one metre apart along X, with these weights.
+MObject skinned_strip(int columns, int joint_count, const std::vector<std::vector<double>>& weights) {
+  MObject rig = transform("rig", MObject(), {0, 0, 0});
+  std::vector<MObject> joints;
+  MObject parent = rig;
+  for (int j = 0; j < joint_count; ++j) {
+    parent = joint("j" + std::to_string(j), parent, {j == 0 ? 0.0 : 100.0, 0, 0});
+    joints.push_back(parent);
+  }
+  MObject body = transform("strip", MObject(), {0, 0, 10});
+  MeshDesc d = grid(columns, 1, 100);
+  mesh(body, "stripShape", d);
+  skin_cluster("skinCluster1", body, joints, weights);
+  return body;
+}
+
+std::vector<std::vector<double>> weights_for(size_t vertices, size_t joints,
+                                             const std::vector<std::vector<double>>& first) {
+  std::vector<std::vector<double>> w(vertices, std::vector<double>(joints, 0.0));
+  for (size_t v = 0; v < vertices; ++v)
+    w[v][0] = 1.0;
+  for (size_t v = 0; v < first.size(); ++v)
+    w[v] = first[v];
+  return w;
+}
+
+} // namespace
+
+TEST_F(SkinExport, TheMeshComesFromTheInputShapeWithItsSkin) {
+  MObject body = skinned_strip(2, 2, weights_for(6, 2, {{0.5, 0.5}, {0.25, 0.75}}));
+  // The deformed output differs from the bind pose; the export must not see it.
+  MeshDesc bind = grid(2, 1, 100);
+  std::vector<MPoint> deformed;
+  for (const MPoint& p : bind.points)
+    deformed.push_back(MPoint(p.x - 500, p.y - 500, p.z - 500));
+  set_points(find("stripShape"), deformed);
+  SceneDatabase& db = exported();
+  const SceneGeometry& g = db.geometries.find("strip").value();
+  EXPECT_FLOAT_EQ(0.0f, floats(g.streams[0])[0]) << "positions of the input shape";
+  EXPECT_STREQ("strip", g.skin.c_str());
+  ASSERT_EQ(7u, g.streams.size());
+  EXPECT_STREQ("BLENDWEIGHTS", g.streams[5].channels[0].name.c_str());
+  EXPECT_STREQ("BLENDINDICES", g.streams[6].channels[0].name.c_str());
+  EXPECT_EQ(6u, g.streams[5].size) << "as many as POSITION";
+  for (uint32_t s = 5; s < 7; ++s)
+    EXPECT_EQ(std::vector<uint32_t>(g.indices.streams[0].data(), g.indices.streams[0].data() + g.indices.size),
+              std::vector<uint32_t>(g.indices.streams[s].data(), g.indices.streams[s].data() + g.indices.size));
+  // Materials still come from the shape in the DAG.
+  ASSERT_EQ(1u, g.materials.size());
+  EXPECT_STREQ("lambert1", g.materials[0].name.c_str());
+
+  std::vector<std::string> lines = info_lines(host);
+  bool saw_skin = false;
+  for (const std::string& l : lines)
+    saw_skin = saw_skin || l == "  - Skin\r\n";
+  EXPECT_TRUE(saw_skin) << "the skin heading ends in a carriage return and a line feed";
+  (void)body;
+}
+
+TEST_F(SkinExport, JointsAndMatricesInMetres) {
+  skinned_strip(1, 3, weights_for(4, 3, {}));
+  SceneDatabase& db = exported();
+  ASSERT_TRUE(db.skins.has("strip"));
+  const twi::SceneSkin& skin = db.skins.find("strip").value();
+  EXPECT_FLOAT_EQ(0.1f, skin.bind_matrix[14]) << "the mesh's transform at z = 10 cm";
+  EXPECT_FLOAT_EQ(1.0f, skin.bind_matrix[0]);
+  ASSERT_EQ(3u, skin.joints.size());
+  const char* names[] = {"j0", "j1", "j2"};
+  for (uint32_t j = 0; j < 3; ++j) {
+    EXPECT_STREQ(names[j], skin.joints[j].name.c_str());
+    EXPECT_FLOAT_EQ(-1.0f * float(j), skin.joints[j].inv_bind_matrix[12]) << "joint " << j << " at x = " << j << " m";
+    EXPECT_FLOAT_EQ(1.0f, skin.joints[j].inv_bind_matrix[15]);
+  }
+}
+
+TEST_F(SkinExport, TheLargestKeptCountChoosesTheChannelType) {
+  // Eight joints, but no vertex with more than two non-zero weights.
+  std::vector<std::vector<double>> w = weights_for(6, 8, {{0, 0, 0, 0, 0, 0, 0.5, 0.5}, {0, 0.9, 0, 0, 0, 0, 0, 0}});
+  skinned_strip(2, 8, w);
+  const SceneGeometry& g = exported().geometries.find("strip").value();
+  const GeometryStream& weights = g.streams[5];
+  const GeometryStream& joints = g.streams[6];
+  EXPECT_EQ(twi::CT_FLOAT2, weights.channels[0].type);
+  EXPECT_EQ(8u, weights.stride);
+  EXPECT_EQ(twi::CT_FLOAT2, joints.channels[0].type);
+  EXPECT_EQ(8u, joints.stride);
+  // Vertex 0: joints 6 and 7; vertex 1: one weight of 0.9, kept as it is, padded with 0.
+  EXPECT_EQ((std::vector<float>{0.5f, 0.5f, 0.9f, 0.0f}), std::vector<float>(floats(weights), floats(weights) + 4));
+  EXPECT_EQ((std::vector<float>{6.0f, 7.0f, 1.0f, 0.0f}), std::vector<float>(floats(joints), floats(joints) + 4));
+}
+
+TEST_F(SkinExport, OneWeightOnTheThirdJointInASkinOfThree) {
+  std::vector<std::vector<double>> w = weights_for(4, 3, {{0, 0, 1}, {0.2, 0.3, 0.5}});
+  skinned_strip(1, 3, w);
+  const SceneGeometry& g = exported().geometries.find("strip").value();
+  EXPECT_EQ(twi::CT_FLOAT3, g.streams[5].channels[0].type);
+  EXPECT_EQ(12u, g.streams[5].stride);
+  const float* weights = floats(g.streams[5]);
+  const float* joints = floats(g.streams[6]);
+  EXPECT_EQ((std::vector<float>{2.0f, 0.0f, 0.0f}), std::vector<float>(joints, joints + 3));
+  EXPECT_EQ((std::vector<float>{1.0f, 0.0f, 0.0f}), std::vector<float>(weights, weights + 3));
+  EXPECT_EQ((std::vector<float>{0.0f, 1.0f, 2.0f}), std::vector<float>(joints + 3, joints + 6));
+  EXPECT_FLOAT_EQ(0.3f, weights[4]);
+}
+
+TEST_F(SkinExport, FiveWeightsOnAVertexFailTheMesh) {
+  skinned_strip(1, 5, weights_for(4, 5, {{0.2, 0.2, 0.2, 0.2, 0.2}}));
+  EXPECT_EQ("Exporter does not support skins with more than four influencing bones per vertex.\n"
+            "Failed exporting skin\nFailed exporting node.\n",
+            failed_export());
+}
+
+TEST_F(SkinExport, SkinFailuresNameTheirReason) {
+  struct Case {
+    const char* failing_call;
+    const char* message;
+    unsigned after;
+  } cases[] = {
+      // The search for the mesh's skin cluster makes the first one.
+      {"MFnSkinCluster::MFnSkinCluster", "Failed constructing MFnSkinCluster from MObject\n", 1},
+      {"MFnSkinCluster::influenceObjects", "Failed getting influence objects from skin cluster\n", 0},
+      {"MFnDependencyNode::findPlug geomMatrix", "Failed looking up geomMatrix plug from skin cluster\n", 0},
+      {"MFnDependencyNode::findPlug bindPreMatrix", "Failed looking up bindPreMatrix plug\n", 0},
+      {"MFnSkinCluster::indexForInfluenceObject", "Failed looking up indexForInfleunceObject\n", 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.failing_call);
+    new_scene();
+    set_playback_range(1, 1);
+    skinned_strip(1, 2, weights_for(4, 2, {}));
+    fail_call(c.failing_call, c.after);
+    EXPECT_EQ(std::string(c.message) + "Failed exporting skin\nFailed exporting node.\n", failed_export());
+  }
+
+  new_scene();
+  set_playback_range(1, 1);
+  skinned_strip(1, 2, std::vector<std::vector<double>>(4, std::vector<double>{0, 0}));
+  EXPECT_EQ("Skin has no vertex with a positive weight.\nFailed exporting skin\nFailed exporting node.\n",
+            failed_export());
+}
