@@ -8,6 +8,13 @@
 // what the script editor shows, and exits 0 when the export succeeded.
 #include "demo_scenes.h"
 
+#include "foundation/error/error.h"
+#include "foundation/error/log.h"
+#include "foundation/memory/memory_globals.h"
+#include "foundation/network/console_server.h"
+#include "foundation/network/init.h"
+#include "foundation/thread/thread.h"
+#include "foundation/utility/timer.h"
 #include "mayasim/builder.h"
 #include "mayasim/host.h"
 
@@ -45,6 +52,9 @@ const char* const USAGE =
     "  --plugin PATH         the plug-in module to load (default: the one built\n"
     "                        with this tool)\n"
     "  --quiet               print errors only\n"
+    "  --console PORT        also stream the script editor's lines as log messages\n"
+    "                        to a console tool (twi-console 127.0.0.1:PORT)\n"
+    "  --console-wait SECS   wait this long for the tool to connect (default 5)\n"
     "  --list-demos          describe the built-in scenes\n"
     "  --help                this text\n"
     "\n"
@@ -65,6 +75,8 @@ struct Options {
   int fps = 0;
   std::string plugin = TW_PLUGIN_MODULE;
   bool quiet = false;
+  int console_port = -1;
+  double console_wait = 5.0;
 };
 
 int usage_error(const char* format, const char* argument) {
@@ -191,6 +203,15 @@ int parse(int argc, char** argv, Options& o) {
         return usage_error("%s needs the path of the plug-in module", a.c_str());
     } else if (a == "--quiet") {
       o.quiet = true;
+    } else if (a == "--console") {
+      char* end = nullptr;
+      long port = value(v) ? strtol(v.c_str(), &end, 10) : -1;
+      if (!end || *end || port < 1 || port > 65535)
+        return usage_error("--console takes a port from 1 to 65535, not \"%s\"", v.c_str());
+      o.console_port = int(port);
+    } else if (a == "--console-wait") {
+      if (!value(v) || !parse_number(v, o.console_wait) || o.console_wait < 0)
+        return usage_error("--console-wait takes a number of seconds, not \"%s\"", v.c_str());
     } else if (!a.empty() && a[0] == '-') {
       return usage_error("unknown option %s", a.c_str());
     } else if (o.scene.empty()) {
@@ -208,9 +229,28 @@ int parse(int argc, char** argv, Options& o) {
   return 0;
 }
 
+// The script editor's lines as log messages for a console tool.
+void send_to_console(foundation::ConsoleServer* console, const mayasim::ScriptLine& line) {
+  if (!console)
+    return;
+  foundation::DynamicConfigValue m(foundation::memory_globals::default_allocator());
+  m.set_object();
+  m.get("type").set_string("message");
+  m.get("level").set_string(line.kind == mayasim::ScriptLine::ERROR     ? "error"
+                            : line.kind == mayasim::ScriptLine::WARNING ? "warning"
+                                                                        : "info");
+  m.get("system").set_string("twi_export");
+  m.get("message").set_string(line.text.c_str());
+  console->send(m);
+  console->update();
+}
+
+foundation::ConsoleServer* g_console = nullptr;
+
 void print_script_editor(const mayasim::Host& host, size_t from, bool quiet) {
   const std::vector<mayasim::ScriptLine>& lines = host.script_editor();
   for (size_t i = from; i < lines.size(); ++i) {
+    send_to_console(g_console, lines[i]);
     if (quiet && lines[i].kind != mayasim::ScriptLine::ERROR)
       continue;
     FILE* out = lines[i].kind == mayasim::ScriptLine::ERROR ? stderr : stdout;
@@ -222,6 +262,42 @@ void print_script_editor(const mayasim::Host& host, size_t from, bool quiet) {
 }
 
 } // namespace
+
+int export_scene(const Options& o);
+
+// Starts the console server for --console; null (with the reason printed)
+// when it can't listen on the port.
+foundation::ConsoleServer* start_console(const Options& o) {
+  using namespace foundation;
+  error::ScopedMode mode(ERROR_MODE_THROW);
+  log::set_standard_streams_enabled(false);
+  ConsoleServer* server = nullptr;
+  try {
+    server = new ConsoleServer(uint32_t(o.console_port));
+  } catch (const ErrorException& e) {
+    const char* reason = strstr(e.message(), "\n\n");
+    fprintf(stderr, "twi-export: --console: %s\n", reason && reason[2] ? reason + 2 : e.message());
+  }
+  log::set_standard_streams_enabled(true);
+  if (!server)
+    return nullptr;
+  if (!o.quiet)
+    printf("twi-export: console on port %u; waiting up to %g s for a tool\n", server->port(), o.console_wait);
+  fflush(stdout);
+  log::set_standard_streams_enabled(!o.quiet);
+  server->wait_for_connection(float(o.console_wait));
+  log::set_standard_streams_enabled(true);
+  return server;
+}
+
+// Lets the tool receive what is queued: at most two seconds.
+void drain_console(foundation::ConsoleServer& server) {
+  uint64_t start = foundation::timer::ticks();
+  do {
+    server.update();
+    foundation::thread::sleep_ms(1);
+  } while (server.pending_output() > 0 && foundation::timer::seconds_since(start) < 2.0);
+}
 
 int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
@@ -237,7 +313,26 @@ int main(int argc, char** argv) {
   Options o;
   if (int status = parse(argc, argv, o))
     return status;
+  foundation::memory_globals::init();
+  int status = 1;
+  if (o.console_port > 0) {
+    foundation::network::init();
+    g_console = start_console(o);
+    if (g_console) {
+      status = export_scene(o);
+      drain_console(*g_console);
+      delete g_console;
+      g_console = nullptr;
+    }
+    foundation::network::shutdown();
+  } else {
+    status = export_scene(o);
+  }
+  foundation::memory_globals::shutdown();
+  return status;
+}
 
+int export_scene(const Options& o) {
   if (o.scene.compare(0, 5, "demo:") != 0)
     return usage_error("scenes are built in: name one as demo:NAME (see --list-demos), not \"%s\"",
                        o.scene.c_str());

@@ -60,3 +60,11 @@ constexpr SourcePathText<N> make_source_path(const char (&file)[N]) {
   (TW_LIKELY(condition) ? (void)0                                                                           \
                         : ::foundation::report_error(__LINE__, TW_SOURCE_PATH, "Assertion failed: %s\n\n" format, \
                                                      #condition, ##__VA_ARGS__))
+
+// The same with the failed condition worded by hand: for checks whose
+// report names the condition as the system has always named it (for example
+// a platform call's result) rather than as this code spells it.
+#define TW_ASSERT_TEXT(condition, condition_text, format, ...)                                              \
+  (TW_LIKELY(condition) ? (void)0                                                                           \
+                        : ::foundation::report_error(__LINE__, TW_SOURCE_PATH, "Assertion failed: %s\n\n" format, \
+                                                     condition_text, ##__VA_ARGS__))

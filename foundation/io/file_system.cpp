@@ -9,12 +9,6 @@
 
 namespace foundation {
 
-// The checks below keep the system's own wording of the failed condition.
-#define TW_CHECK(condition, condition_text, format, ...)                                                   \
-  ((condition) ? (void)0                                                                                   \
-               : ::foundation::report_error(__LINE__, TW_SOURCE_PATH, "Assertion failed: %s\n\n" format,    \
-                                            condition_text, ##__VA_ARGS__))
-
 namespace {
 // A scratch copy of the joined path for one operation.
 struct FullPath {
@@ -25,7 +19,7 @@ struct FullPath {
 };
 } // namespace
 
-FileSystem::FileSystem(Allocator& allocator, const char* root) : _allocator(&allocator), _root(allocator, root) {
+FileSystem::FileSystem(Allocator& allocator, const char* root) : _root(allocator, root) {
   if (_root.length() == 0)
     return;
   String built_path(allocator, root);
@@ -38,7 +32,7 @@ FileInputBuffer* FileSystem::open_input(const char* path, Allocator& allocator) 
   FullPath full(*this, path);
   uint64_t size = 0;
   FileHandle h = file_system_platform_interface::open_input(full.c_str(), &size);
-  TW_CHECK(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open input %s", full.c_str());
+  TW_ASSERT_TEXT(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open input %s", full.c_str());
   if (h == INVALID_FILE_HANDLE)
     return nullptr;
   return allocator.make_new<FileInputBuffer>(h, size, allocator, full.c_str());
@@ -47,7 +41,7 @@ FileInputBuffer* FileSystem::open_input(const char* path, Allocator& allocator) 
 FileOutputBuffer* FileSystem::open_output(const char* path, Allocator& allocator, bool append) {
   FullPath full(*this, path);
   FileHandle h = file_system_platform_interface::open_output(full.c_str(), append);
-  TW_CHECK(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open output %s", full.c_str());
+  TW_ASSERT_TEXT(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open output %s", full.c_str());
   if (h == INVALID_FILE_HANDLE)
     return nullptr;
   return allocator.make_new<FileOutputBuffer>(h, allocator, full.c_str());
@@ -66,29 +60,29 @@ void FileSystem::close(FileOutputBuffer* file) {
 
 uint32_t FileSystem::size(const char* path) {
   FullPath full(*this, path);
-  TW_CHECK(file_system_platform_interface::exists(full.c_str()), "exists(file)", "File does not exist %s",
+  TW_ASSERT_TEXT(file_system_platform_interface::exists(full.c_str()), "exists(file)", "File does not exist %s",
            full.c_str());
   uint64_t size = 0;
   bool ok = file_system_platform_interface::file_size(full.c_str(), &size);
-  TW_CHECK(ok, "h != INVALID_HANDLE_VALUE", "Cannot check size of file %s", full.c_str());
-  TW_CHECK(size < 0x100000000ull, "fd.nFileSizeHigh == 0", "File size overflow");
+  TW_ASSERT_TEXT(ok, "h != INVALID_HANDLE_VALUE", "Cannot check size of file %s", full.c_str());
+  TW_ASSERT_TEXT(size < 0x100000000ull, "fd.nFileSizeHigh == 0", "File size overflow");
   return uint32_t(size);
 }
 
 uint64_t FileSystem::last_modified_time(const char* path) {
   FullPath full(*this, path);
-  TW_CHECK(file_system_platform_interface::exists(full.c_str()), "exists(file)", "File does not exist %s",
+  TW_ASSERT_TEXT(file_system_platform_interface::exists(full.c_str()), "exists(file)", "File does not exist %s",
            full.c_str());
   uint64_t seconds = 0;
   bool ok = file_system_platform_interface::last_modified_time(full.c_str(), &seconds);
-  TW_CHECK(ok, "h != INVALID_HANDLE_VALUE", "Cannot check last modified time %s", full.c_str());
+  TW_ASSERT_TEXT(ok, "h != INVALID_HANDLE_VALUE", "Cannot check last modified time %s", full.c_str());
   return seconds;
 }
 
 bool FileSystem::is_directory(const char* path) {
   FullPath full(*this, path);
   int state = file_system_platform_interface::directory_state(full.c_str());
-  TW_CHECK(state >= 0, "h != INVALID_HANDLE_VALUE", "Cannot check if path is directory %s", full.c_str());
+  TW_ASSERT_TEXT(state >= 0, "h != INVALID_HANDLE_VALUE", "Cannot check if path is directory %s", full.c_str());
   return state == 1;
 }
 
@@ -100,24 +94,24 @@ bool FileSystem::exists(const char* path) {
 void FileSystem::make_file(const char* path) {
   FullPath full(*this, path);
   bool ok = file_system_platform_interface::make_file(full.c_str());
-  TW_CHECK(ok, "h != INVALID_HANDLE_VALUE", "Cannot make file %s", full.c_str());
+  TW_ASSERT_TEXT(ok, "h != INVALID_HANDLE_VALUE", "Cannot make file %s", full.c_str());
 }
 
 void FileSystem::make_directory(const char* path) {
   FullPath full(*this, path);
   bool ok = file_system_platform_interface::make_directory(full.c_str());
-  TW_CHECK(ok, "result", "Cannot make directory %s", full.c_str());
+  TW_ASSERT_TEXT(ok, "result", "Cannot make directory %s", full.c_str());
 }
 
 void FileSystem::remove_directory(const char* path) {
   FullPath full(*this, path);
   bool ok = file_system_platform_interface::remove_directory(full.c_str());
-  TW_CHECK(ok, "result", "Cannot remove directory %s", full.c_str());
+  TW_ASSERT_TEXT(ok, "result", "Cannot remove directory %s", full.c_str());
 }
 
 void FileSystem::remove_file(const char* path) {
   FullPath full(*this, path);
-  TW_CHECK(file_system_platform_interface::exists(full.c_str()), "exists(file)", "File does not exist %s",
+  TW_ASSERT_TEXT(file_system_platform_interface::exists(full.c_str()), "exists(file)", "File does not exist %s",
            full.c_str());
   file_system_platform_interface::remove_file(full.c_str());
 }
@@ -126,7 +120,7 @@ void FileSystem::list_directory(const char* path, Vector<String>& names) {
   FullPath full(*this, path);
   uint32_t first = names.size();
   bool ok = file_system_platform_interface::list_directory(full.c_str(), names);
-  TW_CHECK(ok, "h != INVALID_HANDLE_VALUE", "Cannot list dir %s", full.c_str());
+  TW_ASSERT_TEXT(ok, "h != INVALID_HANDLE_VALUE", "Cannot list dir %s", full.c_str());
   std::sort(names.begin() + first, names.end(), [](const String& a, const String& b) { return a < b; });
 }
 

@@ -57,8 +57,7 @@ public:
   void full_path(const char* path, String& out) const;
 
 private:
-  Allocator* _allocator;
-  String _root;
+  String _root; // holds the file system's allocator too
 };
 
 // What each platform provides (file_system_posix.cpp, file_system_win32.cpp).
