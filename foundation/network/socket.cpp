@@ -147,6 +147,11 @@ uint32_t gather(Socket* const* sockets, uint32_t count, Socket::Handle* set, int
 }
 } // namespace
 
+void Socket::split_timeout(float seconds, long& whole_seconds, long& microseconds) {
+  whole_seconds = long(seconds);
+  microseconds = long((seconds - float(whole_seconds)) * 1000000.0f);
+}
+
 int Socket::select(Socket* const* read, uint32_t read_count, Socket* const* write, uint32_t write_count,
                    float timeout_seconds, bool* read_ready, bool* write_ready) {
   Handle read_set[MAX_SELECT], write_set[MAX_SELECT];
@@ -161,8 +166,8 @@ int Socket::select(Socket* const* read, uint32_t read_count, Socket* const* writ
   uint32_t nr = gather(read, read_count, read_set, read_slot);
   uint32_t nw = gather(write, write_count, write_set, write_slot);
 
-  long seconds = long(timeout_seconds);
-  long microseconds = long((timeout_seconds - float(seconds)) * 1000000.0f);
+  long seconds, microseconds;
+  split_timeout(timeout_seconds, seconds, microseconds);
   int result = spi::select(read_set, nr, write_set, nw, seconds, microseconds, read_flags, write_flags);
   TW_ASSERT_TEXT(result >= 0, "result >= 0", "");
   for (uint32_t i = 0; read_ready && i < read_count; ++i)

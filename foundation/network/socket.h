@@ -70,6 +70,9 @@ public:
   static constexpr uint32_t MAX_SELECT = 64;
   static int select(Socket* const* read, uint32_t read_count, Socket* const* write, uint32_t write_count,
                     float timeout_seconds, bool* read_ready = nullptr, bool* write_ready = nullptr);
+  // The timeout as select takes it: whole seconds, and the fraction in
+  // microseconds (truncated).
+  static void split_timeout(float seconds, long& whole_seconds, long& microseconds);
 
 private:
   Handle _handle;

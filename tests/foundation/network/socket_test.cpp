@@ -156,6 +156,14 @@ TEST(Socket, SelectCountsEachSocketOnceAndTakesAtMostSixtyFour) {
   EXPECT_TRUE(all_ready[63]);
   EXPECT_FALSE(all_ready[64]) << "the 65th socket is left out of the set";
 
+  long whole = 0, micro = 0;
+  Socket::split_timeout(2.5f, whole, micro);
+  EXPECT_EQ(2, whole);
+  EXPECT_EQ(500000, micro);
+  Socket::split_timeout(0.25f, whole, micro);
+  EXPECT_EQ(0, whole);
+  EXPECT_EQ(250000, micro);
+
   // Nothing ready: the timeout of 0.25 s is waited for, roughly.
   Socket quiet;
   quiet.open(Socket::DATAGRAM);
