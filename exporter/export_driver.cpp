@@ -136,21 +136,29 @@ bool export_scene(ExporterContext& context) {
     database.roots.push_back(name);
   }
 
+  if (context.observer)
+    context.observer->stage_done(STAGE_CAPTURED, 0);
   append_log(context, RULE);
   append_log(context, "Serializing SceneTree\n");
   append_log(context, " - SceneDatabase -> DynamicConfigValue\n");
   show_log(context);
   DynamicConfigValue document(allocator);
   write_scene_document(database, document);
+  if (context.observer)
+    context.observer->stage_done(STAGE_DOCUMENT_BUILT, 0);
 
   append_log(context, " - DynamicConfigValue -> SJSON\n");
   show_log(context);
   Vector<char> text(allocator);
   write_sjson(document, text, SjsonWriteOptions());
+  if (context.observer)
+    context.observer->stage_done(STAGE_TEXT_PRINTED, text.size());
 
   append_log(context, " - SJSON -> Disc\n");
   show_log(context);
   write_file(settings.file, text);
+  if (context.observer)
+    context.observer->stage_done(STAGE_WRITTEN, text.size());
   return true;
 }
 

@@ -33,12 +33,23 @@ struct ExportSettings {
         start_time(0.0f), end_time(0.0f), samples_per_second(0) {}
 };
 
+// Told as each stage of the driver ends, for measuring an export (the
+// plug-in has none). `text_bytes` is the length of the text once printed.
+enum ExportStage { STAGE_CAPTURED, STAGE_DOCUMENT_BUILT, STAGE_TEXT_PRINTED, STAGE_WRITTEN };
+struct ExportObserver {
+  virtual void stage_done(ExportStage stage, uint32_t text_bytes) = 0;
+
+protected:
+  ~ExportObserver() {}
+};
+
 struct ExporterContext {
   Allocator* allocator;            // everything the export creates
   foundation::Vector<char> log;    // the message buffer
   ExportSettings* settings;
   float unit_scale;                // metres per Maya internal unit
   MSelectionList* selection;       // filled by the driver
+  ExportObserver* observer;        // null unless an export is being measured
 
   ExporterContext(Allocator& a, ExportSettings& s);
   ~ExporterContext();

@@ -32,6 +32,9 @@ struct ScriptLine {
   enum Kind { INFO, WARNING, ERROR };
   Kind kind;
   std::string text;
+  // When it was shown: seconds on a monotonic clock (for timing the stages
+  // a plug-in announces).
+  double seconds = 0;
 };
 
 typedef MStatus (*PluginFunction)(MObject);

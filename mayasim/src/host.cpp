@@ -7,6 +7,7 @@
 #include <maya/MPxCommand.h>
 #include <maya/MPxFileTranslator.h>
 
+#include <chrono>
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -69,7 +70,8 @@ std::string script_editor_form(const ScriptLine& line) {
 
 void record_line(ScriptLine::Kind kind, const char* text) {
   HostState& h = host_state();
-  h.lines.push_back(ScriptLine{kind, text ? text : ""});
+  double now = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  h.lines.push_back(ScriptLine{kind, text ? text : "", now});
   if (h.echo) {
     printf("%s\n", script_editor_form(h.lines.back()).c_str());
     fflush(stdout);
