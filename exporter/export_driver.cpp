@@ -69,12 +69,12 @@ int count_exportable(ExporterContext& context) {
   return count;
 }
 
-void write_file(const char* path, const Vector<char>& text) {
+void write_file(const char* path, const TextChunks& text) {
   TraceAllocator allocator("file_system", memory_globals::default_allocator());
   FileSystem fs(allocator, "");
   OutputFileScope output(fs, fs.open_output(path, allocator));
-  if (output.file())
-    output.file()->write(text.data(), text.size());
+  for (uint32_t i = 0; output.file() && i < text.block_count(); ++i)
+    output.file()->write(text.block(i).data, text.block(i).used);
   output.close();
 }
 
@@ -149,16 +149,17 @@ bool export_scene(ExporterContext& context) {
 
   append_log(context, " - DynamicConfigValue -> SJSON\n");
   show_log(context);
-  Vector<char> text(allocator);
+  // In blocks: a large text is never grown and copied.
+  TextChunks text(allocator);
   write_sjson(document, text, SjsonWriteOptions());
   if (context.observer)
-    context.observer->stage_done(STAGE_TEXT_PRINTED, text.size());
+    context.observer->stage_done(STAGE_TEXT_PRINTED, uint32_t(text.size()));
 
   append_log(context, " - SJSON -> Disc\n");
   show_log(context);
   write_file(settings.file, text);
   if (context.observer)
-    context.observer->stage_done(STAGE_WRITTEN, text.size());
+    context.observer->stage_done(STAGE_WRITTEN, uint32_t(text.size()));
   return true;
 }
 

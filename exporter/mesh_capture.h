@@ -7,7 +7,7 @@
 #pragma once
 
 #include "exporter/exporter_context.h"
-#include "foundation/collection/map.h"
+#include "foundation/collection/vector.h"
 #include "scene/scene_database.h"
 
 #include <maya/MObject.h>
@@ -35,8 +35,15 @@ struct MeshCapture {
       : geometry(a), has_binormals(false), has_tangents(false), has_rgb(false), has_alpha(false), skinned(false) {}
 };
 
-// Triangle numbers made from each polygon, by polygon number.
-typedef foundation::Map<uint32_t, foundation::Vector<uint32_t>> PolygonTriangles;
+// Which triangles each polygon became. The polygons are walked in order and
+// each one's triangles are numbered on from the last, so polygon p made the
+// triangles first[p] .. first[p + 1] - 1: a table of P + 1 numbers does the
+// work of a map from polygon to its list of triangle numbers.
+struct PolygonTriangles {
+  foundation::Vector<uint32_t> first;
+  explicit PolygonTriangles(Allocator& a) : first(a) {}
+  uint32_t polygons() const { return first.empty() ? 0 : first.size() - 1; }
+};
 
 bool capture_streams(ExporterContext& context, MFnMesh& mesh, MeshCapture& capture);
 bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCapture& capture,

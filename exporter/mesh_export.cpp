@@ -142,7 +142,7 @@ bool export_mesh(ExporterContext& context, SceneDatabase& database, const char* 
 
   // Scratch for the topology: given back in one piece when the mesh is done.
   ScopedTempAllocator scratch;
-  PolygonTriangles triangles(scratch, 20);
+  PolygonTriangles triangles(scratch);
   if (!capture_topology(context, path, capture, triangles))
     return false;
   if (!capture_materials(context, path, mesh, capture, triangles))

@@ -67,11 +67,24 @@ bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCaptur
   indices.streams.resize(geometry.streams.size());
   indices.type = TRIANGLE_LIST;
 
+  // A mesh of valid polygons has face-vertices - 2 * polygons triangles:
+  // the lists are sized for that once instead of growing.
+  MFnMesh shape(path);
+  int polygons = shape.numPolygons();
+  int expected = shape.numFaceVertices() - 2 * polygons;
+  if (polygons > 0 && expected > 0) {
+    for (uint32_t s = 0; s < indices.streams.size(); ++s)
+      indices.streams[s].reserve(3 * uint32_t(expected));
+    triangles.first.reserve(uint32_t(polygons) + 1);
+  }
+
   bool lacking_uv = false;
   uint32_t triangle_count = 0;
-  uint32_t polygon = 0;
+  MIntArray vertices, corner_ids;
+  MPointArray points;
+  triangles.first.push_back(0);
   MItMeshPolygon it(path, MObject::kNullObj);
-  for (; !it.isDone(); it.next(), ++polygon) {
+  for (; !it.isDone(); it.next()) {
     if (!it.hasValidTriangulation()) {
       append_log(context, "Polygon does not have valid triangulation!\n");
       return false;
@@ -81,16 +94,8 @@ bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCaptur
       append_log(context, "Failed extracting numTriangles from polygon\n");
       return false;
     }
-    MIntArray vertices;
     it.getVertices(vertices);
-    Vector<uint32_t>& made = triangles.get_or_insert(polygon);
-    made.resize(uint32_t(n));
-    for (int t = 0; t < n; ++t)
-      made[uint32_t(t)] = triangle_count + uint32_t(t);
-
     for (int t = 0; t < n; ++t) {
-      MPointArray points;
-      MIntArray corner_ids;
       it.getTriangle(t, points, corner_ids, MSpace::kObject);
       int ids[3] = {corner_ids[0], corner_ids[1], corner_ids[2]};
       int local[3];
@@ -153,6 +158,7 @@ bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCaptur
       }
     }
     triangle_count += uint32_t(n);
+    triangles.first.push_back(triangle_count);
   }
   indices.size = 3 * triangle_count;
 
@@ -187,6 +193,15 @@ bool capture_materials(ExporterContext& context, const MDagPath& path, MFnMesh& 
 
   Vector<MaterialGroup>& materials = capture.geometry.materials;
   materials.resize(groups.length());
+  // Each group's triangle count first, so that its list is sized once.
+  Vector<uint32_t> group_triangles(*context.allocator);
+  group_triangles.resize(groups.length());
+  for (uint32_t g = 0; g < group_triangles.size(); ++g)
+    group_triangles[g] = 0;
+  uint32_t walked = triangles.polygons();
+  for (unsigned p = 0; p < polygon_groups.length() && p < walked; ++p)
+    if (polygon_groups[p] >= 0 && unsigned(polygon_groups[p]) < groups.length())
+      group_triangles[uint32_t(polygon_groups[p])] += triangles.first[p + 1] - triangles.first[p];
   for (unsigned g = 0; g < groups.length(); ++g) {
     MFnDependencyNode group(groups[g]);
     MPlug shader = group.findPlug("surfaceShader", &status);
@@ -211,15 +226,13 @@ bool capture_materials(ExporterContext& context, const MDagPath& path, MFnMesh& 
     }
     MaterialGroup& out = materials[g];
     out.name = material.name().asUTF8();
-    for (unsigned p = 0; p < polygon_groups.length(); ++p) {
+    out.primitives.reserve(group_triangles[g]);
+    // Polygons the topology walk did not meet have no triangles.
+    for (unsigned p = 0; p < polygon_groups.length() && p < walked; ++p) {
       if (polygon_groups[p] != int(g))
         continue;
-      PolygonTriangles::Iterator made = triangles.find(p);
-      if (made == triangles.end())
-        continue; // a polygon the topology walk did not meet
-      const Vector<uint32_t>& list = made.value();
-      for (uint32_t i = 0; i < list.size(); ++i)
-        out.primitives.push_back(list[i]);
+      for (uint32_t t = triangles.first[p]; t < triangles.first[p + 1]; ++t)
+        out.primitives.push_back(t);
     }
   }
   return true;

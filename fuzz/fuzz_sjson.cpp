@@ -10,6 +10,7 @@
 
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
 using namespace foundation;
 
@@ -61,6 +62,19 @@ int one_input(const uint8_t* data, size_t size) {
     {
       Vector<char> text1(a), text2(a), json(a);
       write_sjson(first, text1, SjsonWriteOptions());
+      {
+        TextChunks chunks(a);
+        write_sjson(first, chunks, SjsonWriteOptions());
+        uint64_t at = 0;
+        for (uint32_t i = 0; i < chunks.block_count(); ++i) {
+          const TextChunks::Block& b = chunks.block(i);
+          if (at + b.used > text1.size() || memcmp(text1.data() + at, b.data, b.used) != 0)
+            fail("the text printed in blocks differs");
+          at += b.used;
+        }
+        if (at != text1.size())
+          fail("the text printed in blocks has another length");
+      }
       DCV second(a), third(a), from_json(a);
       if (!parse(text1, second))
         fail("printed text does not parse again");

@@ -13,8 +13,13 @@ namespace {
 
 void write_floats(DCV& array, const float* values, uint32_t n) {
   array.reserve(n);
-  for (uint32_t i = 0; i < n; ++i)
-    array.push_back().set_float(values[i]);
+  array.append_floats(values, n);
+}
+
+void write_integers(DCV& array, const Vector<uint32_t>& values) {
+  array.reserve(values.size());
+  // The values are written as int32 (a uint32 above 2^31 - 1 wraps).
+  array.append_integers(reinterpret_cast<const int32_t*>(values.data()), values.size());
 }
 
 void write_stream(const GeometryStream& stream, DCV& out) {
@@ -32,19 +37,17 @@ void write_stream(const GeometryStream& stream, DCV& out) {
   DCV& data = out.get("data");
   if (stream.size == 0)
     return;
-  // Walk the bytes by the channels' sizes; the stride is not consulted.
-  data.reserve(stream.size * components);
+  // Walking the bytes by the channels' sizes (the stride is not consulted)
+  // reads size * components floats one after the other from the start.
+  uint32_t total = stream.size * components;
+  data.reserve(total);
   const uint8_t* p = stream.data.data();
-  for (uint32_t e = 0; e < stream.size; ++e) {
-    for (const StreamChannel& c : stream.channels) {
-      uint32_t n = channel_type_components(c.type);
-      for (uint32_t i = 0; i < n; ++i) {
-        float f;
-        memcpy(&f, p + 4 * i, 4);
-        data.push_back().set_float(f);
-      }
-      p += 4 * n;
-    }
+  float chunk[256];
+  for (uint32_t done = 0; done < total;) {
+    uint32_t n = total - done < 256 ? total - done : 256;
+    memcpy(chunk, p + 4 * size_t(done), 4 * size_t(n));
+    data.append_floats(chunk, n);
+    done += n;
   }
 }
 
@@ -84,9 +87,7 @@ void write_geometry(const SceneGeometry& g, DCV& out) {
       DCV& l = lists.push_back();
       if (list.empty())
         continue; // an empty list is written as null
-      l.reserve(list.size());
-      for (uint32_t v : list)
-        l.push_back().set_integer(int32_t(v));
+      write_integers(l, list);
     }
   }
   if (!g.materials.empty()) {
@@ -96,9 +97,7 @@ void write_geometry(const SceneGeometry& g, DCV& out) {
       material.get("name").set_string(m.name.c_str(), m.name.length());
       DCV& primitives = material.get("primitives");
       if (!m.primitives.empty())
-        primitives.reserve(m.primitives.size());
-      for (uint32_t p : m.primitives)
-        primitives.push_back().set_integer(int32_t(p));
+        write_integers(primitives, m.primitives);
     }
   }
   if (!g.smoothing.empty()) {
@@ -123,12 +122,8 @@ void write_skin(const SceneSkin& skin, DCV& out) {
 void write_animation(const SceneAnimation& a, DCV& out) {
   out.get("node").set_string(a.node.c_str(), a.node.length());
   out.get("parameter").set_string(a.parameter.c_str(), a.parameter.length());
-  if (!a.times.empty()) {
-    DCV& times = out.get("times");
-    times.reserve(a.times.size());
-    for (uint32_t i = 0; i < a.times.size(); ++i)
-      times.at(i).set_float(a.times[i]);
-  }
+  if (!a.times.empty())
+    write_floats(out.get("times"), a.times.data(), a.times.size());
   write_stream(a.stream, out.get("stream"));
 }
 

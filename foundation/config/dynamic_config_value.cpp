@@ -126,6 +126,30 @@ DCV::Object& DCV::object() {
 
 DCV& DCV::push_back_first() { return array().push_back_default(); }
 
+void DCV::append_floats(const float* values, uint32_t n) {
+  Array& a = array();
+  uint32_t start = a.size();
+  a.resize(start + n);
+  DCV* out = a.data() + start;
+  for (uint32_t i = 0; i < n; ++i) {
+    // A new element is nil: a scalar drops its allocator, so only the kind
+    // and the value are set.
+    out[i]._tag = FLOAT;
+    out[i]._payload.real = values[i];
+  }
+}
+
+void DCV::append_integers(const int32_t* values, uint32_t n) {
+  Array& a = array();
+  uint32_t start = a.size();
+  a.resize(start + n);
+  DCV* out = a.data() + start;
+  for (uint32_t i = 0; i < n; ++i) {
+    out[i]._tag = INTEGER;
+    out[i]._payload.integer = values[i];
+  }
+}
+
 DCV& DCV::at(uint32_t i) {
   Array& a = array();
   if (i >= a.size())

@@ -137,6 +137,10 @@ public:
       return static_cast<Array*>(_payload.pointer)->push_back_default();
     return push_back_first();
   }
+  // Appends n floats or integers (turning nil into an array first): the
+  // bulk form of push_back().set_float(v), for writers of long arrays.
+  void append_floats(const float* values, uint32_t n);
+  void append_integers(const int32_t* values, uint32_t n);
   DynamicConfigValue& at(uint32_t i);
   DynamicConfigValue& get(const char* key);
   // Makes room for n elements (turning nil into an array first), so that a

@@ -10,12 +10,57 @@ namespace {
 
 typedef DynamicConfigValue DCV;
 
-// Writes through a cursor into the output vector's storage; the vector's
-// size catches up when the writer is done (or needs more room).
+// Where a TextWriter's bytes go: a growing vector or a list of blocks. The
+// writer fills the room it was given through a cursor and asks for more
+// only when it runs out, so the sink is consulted rarely.
+class TextSink {
+public:
+  // Everything before `text_end` is written; room for at least `n` more.
+  virtual char* room(char* text_end, uint32_t n, char** room_end) = 0;
+  virtual void commit(char* text_end) = 0;
+
+protected:
+  ~TextSink() {}
+};
+
+class VectorSink : public TextSink {
+public:
+  explicit VectorSink(Vector<char>& out) : _out(out) {}
+  char* start(char** room_end) {
+    *room_end = _out.data() + _out.capacity();
+    return _out.data() + _out.size();
+  }
+  char* room(char* text_end, uint32_t n, char** room_end) override {
+    commit(text_end);
+    char* at = _out.make_room(n);
+    *room_end = _out.data() + _out.capacity();
+    return at;
+  }
+  void commit(char* text_end) override { _out.set_size(uint32_t(text_end - _out.data())); }
+
+private:
+  Vector<char>& _out;
+};
+
+class ChunkSink : public TextSink {
+public:
+  explicit ChunkSink(TextChunks& out) : _out(out) {}
+  char* start(char** room_end) { return _out.room(FLOAT_G_MAX_CHARS, room_end); }
+  char* room(char* text_end, uint32_t n, char** room_end) override {
+    commit(text_end);
+    return _out.room(n, room_end);
+  }
+  void commit(char* text_end) override { _out.commit(text_end); }
+
+private:
+  TextChunks& _out;
+};
+
 class TextWriter {
 public:
-  explicit TextWriter(Vector<char>& out) : _out(out), _cur(out.data() + out.size()), _end(out.data() + out.capacity()) {}
-  ~TextWriter() { commit(); }
+  explicit TextWriter(VectorSink& sink) : _sink(sink) { _cur = sink.start(&_end); }
+  explicit TextWriter(ChunkSink& sink) : _sink(sink) { _cur = sink.start(&_end); }
+  ~TextWriter() { _sink.commit(_cur); }
   TextWriter(const TextWriter&) = delete;
   TextWriter& operator=(const TextWriter&) = delete;
 
@@ -47,19 +92,35 @@ public:
   }
 
   // Room must have been made: the writers below may use FLOAT_G_MAX_CHARS.
+  // Two digits at a time from a table of 00..99.
   void integer_unchecked(int32_t value) {
-    char buffer[12];
-    char* end = buffer + sizeof(buffer);
-    char* p = end;
+    static const char PAIRS[] = "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+                                "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+                                "8081828384858687888990919293949596979899";
     uint32_t magnitude = value < 0 ? 0u - uint32_t(value) : uint32_t(value);
-    do {
-      *--p = char('0' + magnitude % 10);
-      magnitude /= 10;
-    } while (magnitude);
     if (value < 0)
-      *--p = '-';
-    memcpy(_cur, p, size_t(end - p));
-    _cur += end - p;
+      *_cur++ = '-';
+    // Written in place from the last digit back: no copy, no call.
+    uint32_t digits = 1;
+    for (uint32_t bound = 10; digits < 10 && magnitude >= bound; bound *= 10)
+      ++digits;
+    char* end = _cur + digits;
+    char* p = end;
+    while (magnitude >= 100) {
+      uint32_t pair = (magnitude % 100) * 2;
+      magnitude /= 100;
+      p -= 2;
+      p[0] = PAIRS[pair];
+      p[1] = PAIRS[pair + 1];
+    }
+    if (magnitude >= 10) {
+      p -= 2;
+      p[0] = PAIRS[magnitude * 2];
+      p[1] = PAIRS[magnitude * 2 + 1];
+    } else {
+      *--p = char('0' + magnitude);
+    }
+    _cur = end;
   }
   void real_g_unchecked(float value) { _cur += format_float_g(value, _cur); }
 
@@ -110,15 +171,9 @@ public:
   }
 
 private:
-  void commit() { _out.set_size(uint32_t(_cur - _out.data())); }
+  void refill(uint32_t n) { _cur = _sink.room(_cur, n, &_end); }
 
-  void refill(uint32_t n) {
-    commit();
-    _cur = _out.make_room(n);
-    _end = _out.data() + _out.capacity();
-  }
-
-  Vector<char>& _out;
+  TextSink& _sink;
   char* _cur;
   char* _end;
 };
@@ -162,6 +217,12 @@ void write_sjson_value(TextWriter& w, const DCV& v, int level, bool multiline) {
         w.need(1 + FLOAT_G_MAX_CHARS);
         w.put(' ');
         w.real_g_unchecked(e.to_float());
+        continue;
+      }
+      if (!multiline && e.is_integer()) {
+        w.need(1 + 12);
+        w.put(' ');
+        w.integer_unchecked(e.to_integer());
         continue;
       }
       if (multiline) {
@@ -273,8 +334,8 @@ bool is_identifier(const char* key) {
   return true;
 }
 
-void write_sjson(const DynamicConfigValue& root, Vector<char>& out, const SjsonWriteOptions& options) {
-  TextWriter w(out);
+namespace {
+void write_sjson_root(TextWriter& w, const DynamicConfigValue& root, const SjsonWriteOptions& options) {
   for (DCV::Iterator it = root.begin(); it != root.end(); ++it) {
     w.put('\n');
     w.key(it.key());
@@ -283,9 +344,23 @@ void write_sjson(const DynamicConfigValue& root, Vector<char>& out, const SjsonW
   }
   w.put('\n');
 }
+} // namespace
+
+void write_sjson(const DynamicConfigValue& root, Vector<char>& out, const SjsonWriteOptions& options) {
+  VectorSink sink(out);
+  TextWriter w(sink);
+  write_sjson_root(w, root, options);
+}
+
+void write_sjson(const DynamicConfigValue& root, TextChunks& out, const SjsonWriteOptions& options) {
+  ChunkSink sink(out);
+  TextWriter w(sink);
+  write_sjson_root(w, root, options);
+}
 
 void write_json(const DynamicConfigValue& value, Vector<char>& out, bool single_line) {
-  TextWriter w(out);
+  VectorSink sink(out);
+  TextWriter w(sink);
   write_json_value(w, value, 0, single_line);
 }
 

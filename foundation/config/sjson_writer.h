@@ -18,6 +18,7 @@
 // terminating zero.
 #pragma once
 
+#include "foundation/collection/text_chunks.h"
 #include "foundation/collection/vector.h"
 #include "foundation/config/dynamic_config_value.h"
 
@@ -28,6 +29,9 @@ struct SjsonWriteOptions {
 };
 
 void write_sjson(const DynamicConfigValue& root, Vector<char>& out, const SjsonWriteOptions& options);
+// The same text appended to a list of blocks: a large document is printed
+// without growing and copying one buffer.
+void write_sjson(const DynamicConfigValue& root, TextChunks& out, const SjsonWriteOptions& options);
 void write_json(const DynamicConfigValue& value, Vector<char>& out, bool single_line);
 
 // True when every byte of `key` is an ASCII letter, digit or '_' (and for "").

@@ -34,6 +34,13 @@ void FileOutputBuffer::flush() {
   _cursor = _start;
 }
 
+void FileOutputBuffer::write_through(const void* data, uint32_t bytes) {
+  TW_ASSERT_TEXT(int64_t(_file_position + bytes) <= size(), "position() <= size()", "Writing past end of file");
+  bool written = _file.write(data, bytes);
+  TW_ASSERT_MSG(written, "Cannot write to %s", _path.c_str());
+  _file_position += bytes;
+}
+
 void FileOutputBuffer::seek(uint64_t position) {
   flush();
   _file.seek(position);

@@ -24,6 +24,8 @@ public:
   ~FileOutputBuffer() noexcept(false) override;
 
   void flush() override;
+  // Large pieces go to the file directly, without the copy into the buffer.
+  void write_through(const void* data, uint32_t bytes) override;
   // Flushes, moves the file pointer to `position` and continues from there.
   void seek(uint64_t position);
   // File position plus buffered bytes (compared with size() as signed).

@@ -12,7 +12,9 @@ class OutputBuffer {
 public:
   virtual ~OutputBuffer() noexcept(false) {}
 
-  // Copies `bytes` bytes in, flushing whenever the buffer is full.
+  // Copies `bytes` bytes in, flushing whenever the buffer is full. A piece
+  // at least as large as the whole buffer goes straight to write_through
+  // (after what is buffered), without being copied.
   void write(const void* data, uint32_t bytes);
   void write_text(const char* text);
   virtual void flush() = 0;
@@ -26,6 +28,9 @@ public:
 
 protected:
   OutputBuffer() : _start(nullptr), _cursor(nullptr), _end(nullptr) {}
+  // Where a large piece goes when it bypasses the buffer; the buffer is
+  // empty then. By default it is copied in and flushed piece by piece.
+  virtual void write_through(const void* data, uint32_t bytes);
   // Copies into the buffer; `bytes` must fit.
   void copy_in(const void* data, uint32_t bytes);
 

@@ -12,7 +12,7 @@ const uint32_t NO_SCOPE = 0xFFFFFFFFu;
 TempAllocator::TempAllocator(Allocator& backing, uint32_t min_page_size, uint32_t max_cached_pages)
     : _backing(&backing), _next_id(0), _min_page_size(min_page_size), _pages(memory_globals::default_allocator()),
       _ids(memory_globals::default_allocator()), _max_cached_pages(max_cached_pages),
-      _free_pages(memory_globals::default_allocator()), _page_bytes(0), _peak_page_bytes(0) {
+      _free_pages(memory_globals::default_allocator()), _held_bytes(0), _peak_held_bytes(0) {
   TW_ASSERT(memory_globals::is_inited());
   _free_pages.reserve(max_cached_pages);
 }
@@ -41,7 +41,6 @@ void TempAllocator::add_page(uint32_t size, uint32_t id) {
     p.oldest_id = id;
     p.newest_id = id;
     _pages.push_back(p);
-    count_page(p.capacity);
     return;
   }
   char* start = static_cast<char*>(_backing->allocate(want, 4));
@@ -51,13 +50,13 @@ void TempAllocator::add_page(uint32_t size, uint32_t id) {
   memory_poisoning::make_inaccessible(start, capacity);
   Page p = {start, capacity, 0, id, id};
   _pages.push_back(p);
-  count_page(capacity);
+  count_new_page(capacity);
 }
 
-void TempAllocator::count_page(uint32_t capacity) {
-  _page_bytes += capacity;
-  if (_page_bytes > _peak_page_bytes)
-    _peak_page_bytes = _page_bytes;
+void TempAllocator::count_new_page(uint32_t capacity) {
+  _held_bytes += capacity;
+  if (_held_bytes > _peak_held_bytes)
+    _peak_held_bytes = _held_bytes;
 }
 
 void* TempAllocator::allocate_slow(uint32_t id, uint32_t size, uint32_t align) {
@@ -109,11 +108,11 @@ void TempAllocator::release(uint32_t id) {
   while (last_page_is_dead()) {
     Page p = _pages.back();
     _pages.pop_back();
-    _page_bytes -= p.capacity;
     memory_poisoning::make_inaccessible(p.start, p.capacity);
     if (_free_pages.size() < _max_cached_pages) {
       _free_pages.push_back(p);
     } else {
+      _held_bytes -= p.capacity;
       memory_poisoning::make_internal(p.start, p.capacity);
       _backing->deallocate(p.start);
     }

@@ -61,11 +61,12 @@ public:
   const Vector<Page>& pages() const { return _pages; }
   const Vector<uint32_t>& live_ids() const { return _ids; }
   uint32_t cached_page_count() const { return _free_pages.size(); }
-  // Bytes of the pages in use now, and the most they have been since the
-  // last reset_peak (what a piece of work needed from the pool).
-  uint64_t page_bytes() const { return _page_bytes; }
-  uint64_t peak_page_bytes() const { return _peak_page_bytes; }
-  void reset_peak() { _peak_page_bytes = _page_bytes; }
+  // Bytes of the pages the pool holds (in use or cached) now, and the most
+  // it has held since the last reset_peak: what a piece of work made it
+  // take from its backing allocator.
+  uint64_t held_bytes() const { return _held_bytes; }
+  uint64_t peak_held_bytes() const { return _peak_held_bytes; }
+  void reset_peak() { _peak_held_bytes = _held_bytes; }
   // Test hook: the id the next scope will take.
   void set_next_id_for_test(uint32_t id) { _next_id = id; }
 
@@ -74,7 +75,7 @@ public:
 private:
   void* allocate_slow(uint32_t id, uint32_t size, uint32_t align);
   void add_page(uint32_t size, uint32_t id);
-  void count_page(uint32_t capacity);
+  void count_new_page(uint32_t capacity);
   bool last_page_is_dead() const;
 
   Allocator* _backing;
@@ -84,8 +85,8 @@ private:
   Vector<uint32_t> _ids;
   uint32_t _max_cached_pages;
   Vector<Page> _free_pages;
-  uint64_t _page_bytes;
-  uint64_t _peak_page_bytes;
+  uint64_t _held_bytes;
+  uint64_t _peak_held_bytes;
 };
 
 // An Allocator view of the thread's TempAllocator for one scope. deallocate

@@ -161,19 +161,31 @@ void* allocate(uint32_t size) {
   // Map one granule more and trim both ends to a granule boundary. Large
   // blocks are filled in one go: whoever asks for whole pages uses them, and
   // one system call is far cheaper than a fault on every page.
-  size_t mapped = rounded + g;
-  int populate = rounded >= (256u << 10) ? MAP_POPULATE : 0;
+  // Blocks of several megabytes are aligned to the 2 MiB of a huge page and
+  // asked to use huge pages: filling and later freeing them then costs one
+  // step per 2 MiB instead of one per 4 KiB, which large documents feel.
+  const size_t huge = size_t(2) << 20;
+  bool use_huge = rounded >= 2 * huge;
+  size_t align = use_huge ? huge : g;
+  size_t mapped = rounded + align;
+  int populate = !use_huge && rounded >= (256u << 10) ? MAP_POPULATE : 0;
   void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | populate, -1, 0);
   if (p == MAP_FAILED)
     return nullptr;
   uintptr_t start = uintptr_t(p);
-  uintptr_t aligned = (start + g - 1) & ~uintptr_t(g - 1);
+  uintptr_t aligned = (start + align - 1) & ~uintptr_t(align - 1);
   if (aligned > start)
     munmap(p, aligned - start);
   uintptr_t end = aligned + rounded;
   uintptr_t mapped_end = start + mapped;
   if (mapped_end > end)
     munmap(reinterpret_cast<void*>(end), mapped_end - end);
+  if (use_huge) {
+    madvise(reinterpret_cast<void*>(aligned), rounded, MADV_HUGEPAGE);
+#ifdef MADV_POPULATE_WRITE
+    madvise(reinterpret_cast<void*>(aligned), rounded, MADV_POPULATE_WRITE);
+#endif
+  }
 
   ScopedCriticalSection lock(table_lock());
   if (!enter_region(aligned, uint32_t(rounded))) {

@@ -149,3 +149,31 @@ TEST(DynamicConfigValue, StringsKeepEmbeddedZeros) {
   EXPECT_EQ(v.string_length(), 3u);
   EXPECT_EQ(std::string(v.to_string(), 3), std::string("a\0b", 3));
 }
+
+TEST(DynamicConfigValue, BulkAppendsMakeTheSameElementsAsPushBack) {
+  const float floats[3] = {1.5f, -0.0f, 3e38f};
+  const int32_t integers[3] = {-2147483647 - 1, 0, 42};
+  DCV bulk(heap()), one_by_one(heap());
+  one_by_one.push_back().set_string("first");
+  bulk.push_back().set_string("first");
+  bulk.append_floats(floats, 3);
+  bulk.append_integers(integers, 3);
+  bulk.append_floats(floats, 0);
+  for (float f : floats)
+    one_by_one.push_back().set_float(f);
+  for (int32_t i : integers)
+    one_by_one.push_back().set_integer(i);
+  ASSERT_EQ(7u, bulk.size());
+  for (uint32_t i = 0; i < 7; ++i) {
+    EXPECT_EQ(one_by_one.at(i).kind(), bulk.at(i).kind()) << i;
+    EXPECT_EQ(0u, bulk.at(i).annotation()) << i;
+    EXPECT_EQ(nullptr, i > 0 ? bulk.at(i).allocator() : nullptr) << "scalars keep no allocator";
+  }
+  EXPECT_FLOAT_EQ(3e38f, bulk.at(3).to_float());
+  EXPECT_EQ(-2147483647 - 1, bulk.at(4).to_integer());
+  // Appending to nil makes an array first.
+  DCV fresh(heap());
+  fresh.append_integers(integers, 2);
+  EXPECT_TRUE(fresh.is_array());
+  EXPECT_EQ(2u, fresh.size());
+}

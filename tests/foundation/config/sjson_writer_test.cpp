@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <string>
+#include <vector>
 
 using namespace foundation;
 
@@ -17,6 +18,14 @@ std::string sjson(const DCV& root, bool multiline = false) {
   SjsonWriteOptions options;
   options.multiline_arrays = multiline;
   write_sjson(root, out, options);
+  // Every document printed here is printed in blocks too, to the same text.
+  TextChunks chunks(heap());
+  write_sjson(root, chunks, options);
+  std::string joined;
+  for (uint32_t i = 0; i < chunks.block_count(); ++i)
+    joined.append(chunks.block(i).data, chunks.block(i).used);
+  EXPECT_EQ(std::string(out.data(), out.size()), joined);
+  EXPECT_EQ(uint64_t(out.size()), chunks.size());
   return std::string(out.data(), out.size());
 }
 
@@ -36,6 +45,26 @@ TEST(SjsonWriter, TheSevenLineExample) {
   root.get("c").get("d").set_bool(true);
   root.get("my key");
   EXPECT_EQ(sjson(root), "\na = 1\nb = [ 1.5 \"x\" ]\nc = {\n\td = true\n}\n\"my key\" = null\n");
+}
+
+TEST(SjsonWriter, IntegersOfEveryLengthAsPrintfWritesThem) {
+  // In arrays (the fast path) and as members (the general one).
+  std::vector<int32_t> values = {0, 7, -7, 10, -10, 99, 100, 101, -999, 1000, 65535, 123456789, 2147483647,
+                                 -2147483647 - 1};
+  for (int32_t v = 1, sign = 1; v < 1000000000; v *= 10, sign = -sign) {
+    values.push_back(sign * v);
+    values.push_back(sign * (v - 1));
+    values.push_back(sign * (v + 1));
+  }
+  DCV root(heap());
+  DCV& list = root.get("l");
+  std::string expected_list = "[";
+  for (int32_t v : values) {
+    list.push_back().set_integer(v);
+    expected_list += " " + std::to_string(v);
+  }
+  root.get("m").set_integer(-2147483647 - 1);
+  EXPECT_EQ(sjson(root), "\nl = " + expected_list + " ]\nm = -2147483648\n");
 }
 
 TEST(SjsonWriter, RootForms) {

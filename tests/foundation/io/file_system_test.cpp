@@ -144,6 +144,26 @@ TEST(FileOutputBuffer, MaximumSizeIsCheckedAtTheFlush) {
   EXPECT_EQ(test::read_file(dir.file("limited.bin")), "123456");
 }
 
+TEST(FileOutputBuffer, LargePiecesBypassTheBufferInOrder) {
+  test::TempDirectory dir;
+  FileSystem fs(heap(), dir.path().c_str());
+  FileOutputBuffer* out = fs.open_output("mixed.bin", heap());
+  std::string big(FileOutputBuffer::CAPACITY * 3 + 17, 'b');
+  for (size_t i = 0; i < big.size(); ++i)
+    big[i] = char('a' + i % 26);
+  out->write("head:", 5);
+  out->write(big.data(), uint32_t(big.size())); // straight to the file, after "head:"
+  out->write(":tail", 5);
+  EXPECT_EQ(int64_t(10 + big.size()), out->position());
+  fs.close(out);
+  EXPECT_EQ("head:" + big + ":tail", test::read_file(dir.file("mixed.bin")));
+
+  out = fs.open_output("limited.bin", heap());
+  out->set_max_size(FileOutputBuffer::CAPACITY);
+  EXPECT_REPORT(out->write(big.data(), uint32_t(big.size())), "Assertion failed: position() <= size()\n\nWriting past end of file");
+  fs.close(out);
+}
+
 TEST(SystemFile, AsynchronousReadRules) {
   test::TempDirectory dir;
   test::write_file(dir.file("a.bin"), "0123456789");

@@ -89,3 +89,27 @@ TEST(TempAllocator, ThreadPoolIsMadeOnceAndReleasingWithoutScopesIsReported) {
   TempAllocator pool(pages(), 65536, 1);
   EXPECT_REPORT(pool.release(0), "Assertion failed: _ids.size() > 0");
 }
+
+TEST(TempAllocator, HeldBytesCountWhatTheBackingGaveAndTheHighWaterMark) {
+  TempAllocator pool(pages(), 65536, 1);
+  EXPECT_EQ(0u, pool.held_bytes());
+  {
+    ScopedTempAllocator a(pool);
+    a.allocate(40000);
+    ScopedTempAllocator b(pool);
+    b.allocate(200000); // a page of its own, larger than the minimum
+    EXPECT_GE(pool.held_bytes(), 65536u + 200000u);
+  }
+  uint64_t peak = pool.peak_held_bytes();
+  EXPECT_GE(peak, 65536u + 200000u);
+  // One page stays cached: still held, and reusing it costs nothing new.
+  EXPECT_EQ(1u, pool.cached_page_count());
+  uint64_t held = pool.held_bytes();
+  EXPECT_LT(held, peak);
+  pool.reset_peak();
+  {
+    ScopedTempAllocator c(pool);
+    c.allocate(1000);
+  }
+  EXPECT_EQ(held, pool.peak_held_bytes()) << "the cached page served the scope";
+}
