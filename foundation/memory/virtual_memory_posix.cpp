@@ -158,12 +158,15 @@ void* allocate(uint32_t size) {
       return nullptr;
     }
   }
-  // Map one granule more and trim both ends to a granule boundary. Large
-  // blocks are filled in one go: whoever asks for whole pages uses them, and
-  // one system call is far cheaper than a fault on every page.
+  // Map one alignment unit more and trim both ends to its boundary. Blocks
+  // from 256 KiB are filled in one go: whoever asks for whole pages uses
+  // them, and one system call is far cheaper than a fault on every page.
   // Blocks of several megabytes are aligned to the 2 MiB of a huge page and
-  // asked to use huge pages: filling and later freeing them then costs one
-  // step per 2 MiB instead of one per 4 KiB, which large documents feel.
+  // asked to use huge pages: they fill in as they are touched, one fault per
+  // 2 MiB where the system has huge pages free instead of one per 4 KiB,
+  // which large documents feel. They are not filled in advance: that would
+  // make the system assemble every huge page at once, however fragmented
+  // its memory is.
   const size_t huge = size_t(2) << 20;
   bool use_huge = rounded >= 2 * huge;
   size_t align = use_huge ? huge : g;
@@ -180,12 +183,8 @@ void* allocate(uint32_t size) {
   uintptr_t mapped_end = start + mapped;
   if (mapped_end > end)
     munmap(reinterpret_cast<void*>(end), mapped_end - end);
-  if (use_huge) {
+  if (use_huge)
     madvise(reinterpret_cast<void*>(aligned), rounded, MADV_HUGEPAGE);
-#ifdef MADV_POPULATE_WRITE
-    madvise(reinterpret_cast<void*>(aligned), rounded, MADV_POPULATE_WRITE);
-#endif
-  }
 
   ScopedCriticalSection lock(table_lock());
   if (!enter_region(aligned, uint32_t(rounded))) {

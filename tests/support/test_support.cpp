@@ -115,6 +115,12 @@ std::string read_file(const std::string& path) {
   return ss.str();
 }
 
+unsigned stress_scale() {
+  const char* text = getenv("TW_STRESS_SCALE");
+  int scale = text ? atoi(text) : 1;
+  return scale > 0 ? unsigned(scale) : 1u;
+}
+
 ProgramRun run_program(const std::string& command) {
   ProgramRun r;
   r.status = -1;

@@ -44,6 +44,9 @@ private:
 
 std::string read_file(const std::string& path);
 
+// How many times longer the stress tests run: TW_STRESS_SCALE (1 when unset).
+unsigned stress_scale();
+
 // Runs a shell command; its exit status (-1 when it did not exit) and its
 // standard output and standard error together.
 struct ProgramRun {

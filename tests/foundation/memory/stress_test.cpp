@@ -79,7 +79,7 @@ void work(void* arg) {
 
 TEST(AllocatorStress, ThreadsFreeEachOthersBlocks) {
   const int THREADS = 4;
-  const uint32_t STEPS = TW_LONG_SWEEPS ? 40000 : 10000;
+  const uint32_t STEPS = (TW_LONG_SWEEPS ? 40000 : 10000) * test::stress_scale();
   Exchange exchange;
   Worker workers[THREADS];
   Thread threads[THREADS];

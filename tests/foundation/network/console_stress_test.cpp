@@ -3,6 +3,8 @@
 // lock orders senders, the ring buffers and the update).
 #include "console_test_client.h"
 
+#include "support/test_support.h"
+
 #include "foundation/error/log.h"
 #include "foundation/network/init.h"
 #include "foundation/thread/thread.h"
@@ -18,7 +20,7 @@ using namespace foundation;
 namespace {
 
 const int THREADS = 4;
-const int LINES = 500;
+const int LINES = 500 * int(test::stress_scale());
 
 struct Logger {
   int index;
