@@ -11,8 +11,6 @@
 #include "foundation/collection/vector.h"
 #include "foundation/memory/allocator.h"
 
-#include <string.h>
-
 namespace foundation {
 
 class TextChunks {
@@ -58,13 +56,6 @@ public:
     uint32_t used = uint32_t(text_end - last.data);
     _size += used - last.used;
     last.used = used;
-  }
-
-  void append(const char* text, uint32_t n) {
-    char* end;
-    char* at = room(n, &end);
-    memcpy(at, text, n);
-    commit(at + n);
   }
 
   void clear() {
