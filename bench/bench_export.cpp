@@ -193,15 +193,9 @@ MemoryFigures export_counted(const std::string& path) {
 }
 
 bool read_database(const std::string& path, SceneDatabase& db) {
-  FILE* f = fopen(path.c_str(), "rb");
-  if (!f)
-    return false;
   Vector<char> text(memory_globals::default_allocator());
-  char buffer[1 << 16];
-  size_t n;
-  while ((n = fread(buffer, 1, sizeof(buffer), f)) > 0)
-    text.push_back_n(buffer, uint32_t(n));
-  fclose(f);
+  FileSystem fs(memory_globals::default_allocator(), "");
+  fs.read_all(path.c_str(), text);
   DCV document(memory_globals::default_allocator());
   if (!simplified_json::try_parse_untrusted(text.data(), text.size(), document, nullptr))
     return false;

@@ -224,16 +224,18 @@ bool capture_materials(ExporterContext& context, const MDagPath& path, MFnMesh& 
       append_log(context, "Unable to construct dependency node from material.\n");
       return false;
     }
-    MaterialGroup& out = materials[g];
-    out.name = material.name().asUTF8();
-    out.primitives.reserve(group_triangles[g]);
-    // Polygons the topology walk did not meet have no triangles.
-    for (unsigned p = 0; p < polygon_groups.length() && p < walked; ++p) {
-      if (polygon_groups[p] != int(g))
-        continue;
-      for (uint32_t t = triangles.first[p]; t < triangles.first[p + 1]; ++t)
-        out.primitives.push_back(t);
-    }
+    materials[g].name = material.name().asUTF8();
+    materials[g].primitives.reserve(group_triangles[g]);
+  }
+  // One walk over the polygons, in order, gives every group its triangles
+  // in ascending order. Polygons the topology walk did not meet have none.
+  for (unsigned p = 0; p < polygon_groups.length() && p < walked; ++p) {
+    int g = polygon_groups[p];
+    if (g < 0 || unsigned(g) >= groups.length())
+      continue;
+    Vector<uint32_t>& primitives = materials[uint32_t(g)].primitives;
+    for (uint32_t t = triangles.first[p]; t < triangles.first[p + 1]; ++t)
+      primitives.push_back(t);
   }
   return true;
 }

@@ -14,9 +14,11 @@ using namespace foundation;
 
 namespace twi {
 
-void report_text(const char* message, char* out, unsigned size) {
-  const char* reason = strstr(message, "\n\n");
-  const char* text = reason && reason[2] ? reason + 2 : message;
+namespace {
+
+// The text shown for a report: its reason, without trailing newlines.
+void report_text(const ErrorException& e, char* out, unsigned size) {
+  const char* text = e.reason();
   size_t length = strlen(text);
   while (length > 0 && (text[length - 1] == '\n' || text[length - 1] == '\r'))
     --length;
@@ -25,8 +27,6 @@ void report_text(const char* message, char* out, unsigned size) {
   memcpy(out, text, length);
   out[length] = 0;
 }
-
-namespace {
 // The module's log has no destination of its own inside Maya but the
 // standard streams; during an export the script editor is the one place
 // where a report is shown, so the crash report text stays off them.
@@ -48,12 +48,12 @@ MStatus run_export(Allocator& allocator, ExportSettings& settings) {
       ok = export_scene(context);
     } catch (const ErrorException& e) {
       failed = true;
-      report_text(e.message(), reason, sizeof(reason));
+      report_text(e, reason, sizeof(reason));
     }
     show_log(context);
   } catch (const ErrorException& e) {
     if (!failed)
-      report_text(e.message(), reason, sizeof(reason));
+      report_text(e, reason, sizeof(reason));
     failed = true;
   }
   if (failed) {

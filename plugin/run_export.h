@@ -18,8 +18,4 @@ namespace twi {
 
 MStatus run_export(foundation::Allocator& allocator, ExportSettings& settings);
 
-// The text shown for a report: the reason after the assertion line when
-// there is one, else the whole message, without trailing newlines.
-void report_text(const char* message, char* out, unsigned size);
-
 } // namespace twi

@@ -25,9 +25,7 @@ bool guarded(const char* what, const char* path, F f) {
     f();
   } catch (const ErrorException& e) {
     ok = false;
-    const char* message = e.message();
-    const char* text = strstr(message, "\n\n");
-    fprintf(stderr, "twi: cannot %s %s: %s\n", what, path, text ? text + 2 : message);
+    fprintf(stderr, "twi: cannot %s %s: %s\n", what, path, e.reason());
   }
   log::set_standard_streams_enabled(true);
   return ok;

@@ -269,8 +269,7 @@ int main(int argc, char** argv) {
       try {
         status = main_with_network(o);
       } catch (const ErrorException& e) {
-        const char* reason = strstr(e.message(), "\n\n");
-        fprintf(stderr, "twi-console: %s\n", reason && reason[2] ? reason + 2 : e.message());
+        fprintf(stderr, "twi-console: %s\n", e.reason());
         status = 1;
       }
       network::shutdown();

@@ -245,12 +245,12 @@ void send_to_console(foundation::ConsoleServer* console, const mayasim::ScriptLi
   console->update();
 }
 
-foundation::ConsoleServer* g_console = nullptr;
-
-void print_script_editor(const mayasim::Host& host, size_t from, bool quiet) {
+// Prints the lines shown since `from` (and sends them to the console, when
+// there is one).
+void print_script_editor(const mayasim::Host& host, size_t from, bool quiet, foundation::ConsoleServer* console) {
   const std::vector<mayasim::ScriptLine>& lines = host.script_editor();
   for (size_t i = from; i < lines.size(); ++i) {
-    send_to_console(g_console, lines[i]);
+    send_to_console(console, lines[i]);
     if (quiet && lines[i].kind != mayasim::ScriptLine::ERROR)
       continue;
     FILE* out = lines[i].kind == mayasim::ScriptLine::ERROR ? stderr : stdout;
@@ -263,7 +263,7 @@ void print_script_editor(const mayasim::Host& host, size_t from, bool quiet) {
 
 } // namespace
 
-int export_scene(const Options& o);
+int export_scene(const Options& o, foundation::ConsoleServer* console);
 
 // Starts the console server for --console; null (with the reason printed)
 // when it can't listen on the port.
@@ -275,8 +275,7 @@ foundation::ConsoleServer* start_console(const Options& o) {
   try {
     server = new ConsoleServer(uint32_t(o.console_port));
   } catch (const ErrorException& e) {
-    const char* reason = strstr(e.message(), "\n\n");
-    fprintf(stderr, "twi-export: --console: %s\n", reason && reason[2] ? reason + 2 : e.message());
+    fprintf(stderr, "twi-export: --console: %s\n", e.reason());
   }
   log::set_standard_streams_enabled(true);
   if (!server)
@@ -317,22 +316,20 @@ int main(int argc, char** argv) {
   int status = 1;
   if (o.console_port > 0) {
     foundation::network::init();
-    g_console = start_console(o);
-    if (g_console) {
-      status = export_scene(o);
-      drain_console(*g_console);
-      delete g_console;
-      g_console = nullptr;
+    if (foundation::ConsoleServer* console = start_console(o)) {
+      status = export_scene(o, console);
+      drain_console(*console);
+      delete console;
     }
     foundation::network::shutdown();
   } else {
-    status = export_scene(o);
+    status = export_scene(o, nullptr);
   }
   foundation::memory_globals::shutdown();
   return status;
 }
 
-int export_scene(const Options& o) {
+int export_scene(const Options& o, foundation::ConsoleServer* console) {
   if (o.scene.compare(0, 5, "demo:") != 0)
     return usage_error("scenes are built in: name one as demo:NAME (see --list-demos), not \"%s\"",
                        o.scene.c_str());
@@ -366,11 +363,11 @@ int export_scene(const Options& o) {
   mayasim::Host host;
   size_t shown = 0;
   if (!host.load_plugin(o.plugin)) {
-    print_script_editor(host, shown, false);
+    print_script_editor(host, shown, false, console);
     fprintf(stderr, "twi-export: the plug-in %s did not load\n", o.plugin.c_str());
     return 1;
   }
-  print_script_editor(host, shown, o.quiet);
+  print_script_editor(host, shown, o.quiet, console);
   shown = host.script_editor().size();
 
   MStatus status;
@@ -393,11 +390,11 @@ int export_scene(const Options& o) {
       command += " -a";
     status = host.execute(command);
   }
-  print_script_editor(host, shown, o.quiet);
+  print_script_editor(host, shown, o.quiet, console);
   shown = host.script_editor().size();
 
   host.unload_all();
-  print_script_editor(host, shown, o.quiet);
+  print_script_editor(host, shown, o.quiet, console);
   if (!status) {
     fprintf(stderr, "twi-export: the export of %s failed\n", o.scene.c_str());
     return 1;

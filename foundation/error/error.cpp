@@ -107,6 +107,11 @@ void copy_text(char* dst, size_t size, const char* src) {
 
 } // namespace
 
+const char* ErrorException::reason() const noexcept {
+  const char* blank = strstr(_message, "\n\n");
+  return blank && blank[2] ? blank + 2 : _message;
+}
+
 ErrorException::ErrorException(const char* message, const char* report) {
   copy_text(_message, sizeof(_message), message);
   copy_text(_report, sizeof(_report), report);

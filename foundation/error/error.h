@@ -40,6 +40,10 @@ public:
   const char* what() const noexcept override { return _message; }
   const char* message() const noexcept { return _message; }
   const char* report() const noexcept { return _report; }
+  // The message without its "Assertion failed: ..." line: what follows the
+  // first blank line when something does, else the whole message. What a
+  // tool shows its user.
+  const char* reason() const noexcept;
 
 private:
   char _message[2048];

@@ -25,22 +25,31 @@ Node* mesh_node_of_path(const Path& p) {
   return n && n->type == MFn::kMesh && n->mesh ? n : nullptr;
 }
 
-const UvSet* find_uv_set(const MeshData& m, const MString* name) {
+// A UV or colour set by name; the current one for a null name.
+template <typename Set>
+const Set* find_set(const std::vector<Set>& sets, int current, const MString* name) {
   if (!name)
-    return m.uv_sets.empty() ? nullptr : &m.uv_sets[size_t(m.current_uv_set)];
-  for (const UvSet& s : m.uv_sets)
+    return sets.empty() ? nullptr : &sets[size_t(current)];
+  for (const Set& s : sets)
     if (s.name == name->asChar())
       return &s;
   return nullptr;
 }
 
+const UvSet* find_uv_set(const MeshData& m, const MString* name) { return find_set(m.uv_sets, m.current_uv_set, name); }
+
 const ColorSet* find_color_set(const MeshData& m, const MString* name) {
-  if (!name)
-    return m.color_sets.empty() ? nullptr : &m.color_sets[size_t(m.current_color_set)];
-  for (const ColorSet& s : m.color_sets)
-    if (s.name == name->asChar())
-      return &s;
-  return nullptr;
+  return find_set(m.color_sets, m.current_color_set, name);
+}
+
+template <typename Set>
+MStatus set_names(const MeshData* m, std::vector<Set> MeshData::*sets, MStringArray& names) {
+  if (!m)
+    return MS::kFailure;
+  names.clear();
+  for (const Set& s : m->*sets)
+    names.append(MString(s.name.c_str()));
+  return MS::kSuccess;
 }
 
 } // namespace
@@ -298,13 +307,7 @@ MStatus MFnMesh::getBinormals(MFloatVectorArray& binormals, MSpace::Space, const
   return tangent_space(_object, binormals, uvSet, true);
 }
 MStatus MFnMesh::getUVSetNames(MStringArray& setNames) const {
-  MeshData* m = mesh_of(_object);
-  if (!m)
-    return MS::kFailure;
-  setNames.clear();
-  for (const UvSet& s : m->uv_sets)
-    setNames.append(MString(s.name.c_str()));
-  return MS::kSuccess;
+  return set_names(mesh_of(_object), &MeshData::uv_sets, setNames);
 }
 MStatus MFnMesh::getCurrentUVSetName(MString& setName, int) const {
   MeshData* m = mesh_of(_object);
@@ -337,13 +340,7 @@ MStatus MFnMesh::getPolygonUVid(int polygonId, int vertexIndex, int& uvId, const
   return uvId < 0 ? MS::kInvalidParameter : MS::kSuccess;
 }
 MStatus MFnMesh::getColorSetNames(MStringArray& setNames) const {
-  MeshData* m = mesh_of(_object);
-  if (!m)
-    return MS::kFailure;
-  setNames.clear();
-  for (const ColorSet& s : m->color_sets)
-    setNames.append(MString(s.name.c_str()));
-  return MS::kSuccess;
+  return set_names(mesh_of(_object), &MeshData::color_sets, setNames);
 }
 MStatus MFnMesh::getCurrentColorSetName(MString& setName, int) const {
   MeshData* m = mesh_of(_object);

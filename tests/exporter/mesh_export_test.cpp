@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 using namespace mayasim::builder;
+using test::floats;
 using test::info_lines;
 using twi::GeometryStream;
 using twi::SceneDatabase;
@@ -41,7 +42,6 @@ std::vector<std::string> stream_names(const SceneGeometry& g) {
   return names;
 }
 
-const float* floats(const GeometryStream& s) { return reinterpret_cast<const float*>(s.data.data()); }
 
 std::vector<uint32_t> list(const SceneGeometry& g, uint32_t s) {
   const foundation::Vector<uint32_t>& l = g.indices.streams[s];

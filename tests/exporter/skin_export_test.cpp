@@ -6,6 +6,7 @@
 #include <math.h>
 
 using namespace mayasim::builder;
+using test::floats;
 using test::info_lines;
 using twi::GeometryStream;
 using twi::SceneDatabase;
@@ -21,7 +22,6 @@ protected:
   }
 };
 
-const float* floats(const GeometryStream& s) { return reinterpret_cast<const float*>(s.data.data()); }
 
 // A strip of `columns` quads (2 * (columns + 1) vertices) along X, bound to
 // `joint_count` joints one metre apart along X, with these weights.

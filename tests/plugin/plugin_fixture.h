@@ -49,6 +49,9 @@ private:
   bool _had;
 };
 
+// A stream's data as the floats it holds.
+inline const float* floats(const twi::GeometryStream& s) { return reinterpret_cast<const float*>(s.data.data()); }
+
 // The info lines of the script editor, in order.
 inline std::vector<std::string> info_lines(const mayasim::Host& host) {
   std::vector<std::string> lines;

@@ -58,6 +58,22 @@ TEST(ErrorReport, AssertionWithMessageFormatsItsArguments) {
   EXPECT_REPORT(TW_ASSERT_MSG(1 + 1 == 3, "bad sum %d of %s", 2, "ones"), "Assertion failed: 1 + 1 == 3\n\nbad sum 2 of ones");
 }
 
+TEST(ErrorReport, TheReasonIsWhatFollowsTheAssertionLine) {
+  error::ScopedMode mode(ERROR_MODE_THROW);
+  try {
+    TW_ASSERT_MSG(false, "Cannot open %s", "x.twi");
+    ADD_FAILURE() << "no report";
+  } catch (const ErrorException& e) {
+    EXPECT_STREQ("Cannot open x.twi", e.reason());
+  }
+  try {
+    TW_ASSERT(2 < 1); // nothing after the blank line: the whole message
+    ADD_FAILURE() << "no report";
+  } catch (const ErrorException& e) {
+    EXPECT_STREQ(e.message(), e.reason());
+  }
+}
+
 TEST(ErrorReportDeathTest, DefaultModeShowsTheFatalDialogAndExitsWithOne) {
   EXPECT_EXIT(
       {

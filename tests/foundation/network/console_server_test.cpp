@@ -16,11 +16,6 @@ using test::TestClient;
 
 namespace {
 
-struct Network {
-  Network() { network::init(); }
-  ~Network() { network::shutdown(); }
-};
-
 std::vector<uint8_t> bytes_of(const Vector<char>& v) { return std::vector<uint8_t>(v.data(), v.data() + v.size()); }
 
 struct Received {
@@ -90,7 +85,7 @@ TEST(ConsoleFrame, FramesAreCutWhateverTheReadBoundaries) {
 }
 
 TEST(ConsoleServer, MessagesTravelBothWaysWithAndWithoutPayloads) {
-  Network net;
+  test::Network net;
   ConsoleServer server(0);
   Received received;
   server.add_receiver("note", Received::receive, &received);
@@ -132,7 +127,7 @@ TEST(ConsoleServer, MessagesTravelBothWaysWithAndWithoutPayloads) {
 }
 
 TEST(ConsoleServer, SplitAndGroupedFramesOverTheWire) {
-  Network net;
+  test::Network net;
   ConsoleServer server(0);
   Received received;
   server.add_receiver("note", Received::receive, &received);
@@ -159,7 +154,7 @@ TEST(ConsoleServer, SplitAndGroupedFramesOverTheWire) {
 }
 
 TEST(ConsoleServer, BinaryFileDataDescribesItself) {
-  Network net;
+  test::Network net;
   ConsoleServer server(0);
   TestClient client;
   ASSERT_TRUE(test::connect_clients(server, &client, 1));
@@ -183,7 +178,7 @@ TEST(ConsoleServer, BinaryFileDataDescribesItself) {
 }
 
 TEST(ConsoleServer, WaitingForAConnection) {
-  Network net;
+  test::Network net;
   ConsoleServer server(0);
   ::testing::internal::CaptureStdout();
   uint64_t start = timer::ticks();
@@ -210,7 +205,7 @@ TEST(ConsoleServer, WaitingForAConnection) {
 }
 
 TEST(ConsoleServer, LogLinesReachTheToolAsMessages) {
-  Network net;
+  test::Network net;
   ConsoleServer server(0);
   TestClient client;
   ASSERT_TRUE(test::connect_clients(server, &client, 1));
@@ -237,7 +232,7 @@ TEST(ConsoleServer, LogLinesReachTheToolAsMessages) {
 }
 
 TEST(ConsoleServer, RelayModeConnectsOutAndReconnects) {
-  Network net;
+  test::Network net;
   Socket relay;
   relay.open(Socket::STREAM);
   relay.set_reuse_address(true);
@@ -284,7 +279,7 @@ TEST(ConsoleServer, RelayModeConnectsOutAndReconnects) {
 }
 
 TEST(ConsoleServer, ACrashWaitsForAToolAndDrainsTheReportToIt) {
-  Network net;
+  test::Network net;
   ConsoleServer server(0);
   set_log_console(&server);
   error::set_console_connection_wait(0.3f);

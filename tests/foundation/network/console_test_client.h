@@ -9,6 +9,7 @@
 #include "foundation/memory/memory_globals.h"
 #include "foundation/network/console_frame.h"
 #include "foundation/network/console_server.h"
+#include "foundation/network/init.h"
 #include "foundation/network/socket.h"
 #include "foundation/thread/thread.h"
 #include "foundation/utility/timer.h"
@@ -26,6 +27,12 @@ using foundation::SocketAddress;
 using foundation::Vector;
 
 inline SocketAddress loopback(uint32_t port) { return SocketAddress(127, 0, 0, 1, port); }
+
+// The network is up for the scope.
+struct Network {
+  Network() { foundation::network::init(); }
+  ~Network() { foundation::network::shutdown(); }
+};
 
 // Updates `server` until `done` holds or `seconds` pass; returns `done()`.
 inline bool pump(ConsoleServer& server, const std::function<bool()>& done, double seconds = 5.0) {

@@ -1,7 +1,8 @@
 // Sockets and addresses on loopback: the address text, select's set rules
 // and timeout, bind's report, accept's recorded peer, connect's "already
 // connected", datagrams.
-#include "foundation/network/init.h"
+#include "console_test_client.h"
+
 #include "foundation/network/socket.h"
 #include "foundation/thread/thread.h"
 #include "foundation/utility/timer.h"
@@ -17,12 +18,7 @@ using namespace foundation;
 
 namespace {
 
-struct Network {
-  Network() { network::init(); }
-  ~Network() { network::shutdown(); }
-};
-
-SocketAddress loopback(uint32_t port) { return SocketAddress(127, 0, 0, 1, port); }
+using test::loopback;
 
 // A UDP socket on loopback with one datagram waiting: readable.
 std::unique_ptr<Socket> readable_udp(Socket& sender) {
@@ -58,7 +54,7 @@ TEST(SocketAddress, TextFormAndValidity) {
 }
 
 TEST(Socket, StreamsConnectAcceptAndTalk) {
-  Network net;
+  test::Network net;
   Socket listener;
   listener.open(Socket::STREAM);
   listener.set_reuse_address(true);
@@ -101,7 +97,7 @@ TEST(Socket, StreamsConnectAcceptAndTalk) {
 }
 
 TEST(Socket, BindingATakenPortIsReportedWithTheWinsockName) {
-  Network net;
+  test::Network net;
   Socket first;
   first.open(Socket::STREAM);
   first.bind(loopback(0));
@@ -120,7 +116,7 @@ TEST(Socket, BindingATakenPortIsReportedWithTheWinsockName) {
 }
 
 TEST(Socket, DatagramsCarryTheSendersAddress) {
-  Network net;
+  test::Network net;
   Socket a, b;
   a.open(Socket::DATAGRAM);
   b.open(Socket::DATAGRAM);
@@ -134,7 +130,7 @@ TEST(Socket, DatagramsCarryTheSendersAddress) {
 }
 
 TEST(Socket, SelectCountsEachSocketOnceAndTakesAtMostSixtyFour) {
-  Network net;
+  test::Network net;
   Socket sender;
   sender.open(Socket::DATAGRAM);
   std::vector<std::unique_ptr<Socket>> sockets;
