@@ -28,19 +28,22 @@ namespace {
 
 const char* const RULE = "-------------------------------------------------\n";
 
-// An output file that is closed when the scope ends. When the scope is left
-// by a thrown report (a failed write), the bytes still buffered are dropped
-// first, so that closing cannot fail a second time while unwinding.
+// The output file while it is written: a replacement of the target, which
+// stays as it was until every byte is written and the file closed. Leaving
+// the scope any other way (a thrown report from a failed write) abandons
+// the replacement: the target is untouched and no temporary file is left.
 class OutputFileScope {
 public:
   OutputFileScope(FileSystem& fs, FileOutputBuffer* file) : _fs(fs), _file(file) {}
-  ~OutputFileScope() noexcept(false) {
-    if (_file && std::uncaught_exceptions() > 0)
-      _file->discard();
-    close();
+  ~OutputFileScope() {
+    if (_file)
+      _fs.abandon(_file);
   }
+  OutputFileScope(const OutputFileScope&) = delete;
+  OutputFileScope& operator=(const OutputFileScope&) = delete;
   FileOutputBuffer* file() const { return _file; }
-  // Flushes and closes now, reporting a failed write.
+  // Flushes, closes and puts the file in place; reports a failure (the
+  // stream is released either way).
   void close() {
     FileOutputBuffer* file = _file;
     _file = nullptr;
@@ -72,7 +75,7 @@ int count_exportable(ExporterContext& context) {
 void write_file(const char* path, const TextChunks& text) {
   TraceAllocator allocator("file_system", memory_globals::default_allocator());
   FileSystem fs(allocator, "");
-  OutputFileScope output(fs, fs.open_output(path, allocator));
+  OutputFileScope output(fs, fs.open_replacement(path, allocator));
   for (uint32_t i = 0; output.file() && i < text.block_count(); ++i)
     output.file()->write(text.block(i).data, text.block(i).used);
   output.close();

@@ -77,8 +77,7 @@ public:
     uint32_t n = length + 1;
     if (_capacity < n) {
       // `text` may point into our own buffer: copy before freeing it.
-      uint32_t grown = _capacity * 2 + 10;
-      uint32_t capacity = grown > n ? grown : n;
+      uint32_t capacity = uint32_t(container_detail::grown_capacity(_capacity, n, 0x7FFFFFFFu));
       char* data = static_cast<char*>(_allocator->allocate(capacity, 1));
       memcpy(data, text, length);
       _allocator->deallocate(_data);
@@ -98,8 +97,7 @@ public:
     uint32_t old_length = this->length();
     uint32_t n = old_length + length + 1;
     if (_capacity < n) {
-      uint32_t grown = _capacity * 2 + 10;
-      uint32_t capacity = grown > n ? grown : n;
+      uint32_t capacity = uint32_t(container_detail::grown_capacity(_capacity, n, 0x7FFFFFFFu));
       char* data = static_cast<char*>(_allocator->allocate(capacity, 1));
       if (old_length)
         memcpy(data, _data, old_length);

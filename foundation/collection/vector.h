@@ -3,7 +3,9 @@
 // Layout: size, capacity, data, allocator. A push that does not fit grows the
 // capacity to 2 * capacity + 10; growing to at least n elements (resize,
 // bulk appends) takes max(2 * capacity + 10, n); reserve(n) takes exactly n.
-// Storage is aligned to max(4, alignof(T)).
+// Storage is aligned to max(4, alignof(T)). The growth is worked out in 64
+// bits and never exceeds what one allocation can hold (just under 4 GiB of
+// elements); needing more reports "Vector too large" instead of wrapping.
 //
 // Elements that take an Allocator (strings, nested containers, config values)
 // are constructed with the vector's own allocator, so that a vector and all
@@ -64,6 +66,21 @@ inline void construct_move(T* p, T&& value, Allocator& a) {
   } else {
     new (p) T(std::move(value));
   }
+}
+
+// Storage of one container is at most this many bytes: an allocation's size
+// is a 32-bit number, and a page is kept back for the allocators' headers.
+constexpr uint64_t MAX_STORAGE_BYTES = 0xFFFFF000ull;
+
+// The capacity to grow to when room for `needed` elements is wanted:
+// max(2 * capacity + 10, needed), worked out in 64 bits and held to `limit`.
+// Returns `needed` unchanged when it is above the limit (the caller reports).
+inline uint64_t grown_capacity(uint64_t capacity, uint64_t needed, uint64_t limit) {
+  uint64_t grown = capacity * 2 + 10;
+  uint64_t n = grown > needed ? grown : needed;
+  if (needed > limit)
+    return needed;
+  return n > limit ? limit : n;
 }
 
 } // namespace container_detail
@@ -161,12 +178,14 @@ public:
       if (&value >= _data && &value < _data + _size) {
         // The value lives in the storage about to move; take a copy first.
         T copy(value);
-        grow_for_push();
+        if (!grow_for_push())
+          return;
         container_detail::construct_move(_data + _size, std::move(copy), *_allocator);
         ++_size;
         return;
       }
-      grow_for_push();
+      if (!grow_for_push())
+        return;
     }
     container_detail::construct_copy(_data + _size, value, *_allocator);
     ++_size;
@@ -176,12 +195,14 @@ public:
     if (_size + 1 > _capacity) {
       if (&value >= _data && &value < _data + _size) {
         T moved(std::move(value));
-        grow_for_push();
+        if (!grow_for_push())
+          return;
         container_detail::construct_move(_data + _size, std::move(moved), *_allocator);
         ++_size;
         return;
       }
-      grow_for_push();
+      if (!grow_for_push())
+        return;
     }
     container_detail::construct_move(_data + _size, std::move(value), *_allocator);
     ++_size;
@@ -189,8 +210,10 @@ public:
 
   // Appends a default element (nil, empty, zero) and returns it.
   T& push_back_default() {
-    if (_size + 1 > _capacity)
-      grow_for_push();
+    // Only a vector already at its limit fails to grow (its last element is
+    // then what a caller that carries on after the report gets).
+    if (_size + 1 > _capacity && !grow_for_push())
+      return _data[_size - 1];
     container_detail::construct_default(_data + _size, *_allocator);
     return _data[_size++];
   }
@@ -198,8 +221,8 @@ public:
   // Appends n plain values in one copy.
   void push_back_n(const T* values, uint32_t n) {
     static_assert(std::is_trivially_copyable<T>::value, "push_back_n copies bytes");
-    if (_size + n > _capacity)
-      grow(_size + n);
+    if (uint64_t(_size) + n > _capacity && !grow(uint64_t(_size) + n))
+      return;
     if (n)
       memcpy(static_cast<void*>(_data + _size), values, sizeof(T) * n);
     _size += n;
@@ -209,8 +232,8 @@ public:
   // element, left uninitialised: for plain types the caller fills it.
   T* extend(uint32_t n) {
     static_assert(std::is_trivially_copyable<T>::value, "extend leaves elements uninitialised");
-    if (_size + n > _capacity)
-      grow(_size + n);
+    if (uint64_t(_size) + n > _capacity && !grow(uint64_t(_size) + n))
+      return nullptr;
     T* p = _data + _size;
     _size += n;
     return p;
@@ -221,8 +244,8 @@ public:
   // size is unchanged until set_size.
   T* make_room(uint32_t n) {
     static_assert(std::is_trivially_copyable<T>::value, "make_room leaves elements uninitialised");
-    if (_size + n > _capacity)
-      grow(_size + n);
+    if (uint64_t(_size) + n > _capacity && !grow(uint64_t(_size) + n))
+      return nullptr;
     return _data + _size;
   }
 
@@ -240,8 +263,8 @@ public:
   }
 
   void resize(uint32_t n) {
-    if (n > _capacity)
-      grow(n);
+    if (n > _capacity && !grow(n))
+      return;
     if (n < _size) {
       destroy_range(n, _size);
     } else {
@@ -258,6 +281,8 @@ public:
 
   void set_capacity(uint32_t n) {
     if (n == _capacity)
+      return;
+    if (!fits(n))
       return;
     if (n < _size)
       resize(n);
@@ -291,8 +316,8 @@ public:
 
   void insert_moved(uint32_t index, T&& value) {
     TW_ASSERT(index <= _size);
-    if (_size + 1 > _capacity)
-      grow_for_push();
+    if (_size + 1 > _capacity && !grow_for_push())
+      return;
     if constexpr (is_trivially_relocatable<T>::value) {
       // Shift the bytes up and build the new element in the hole.
       memmove(static_cast<void*>(_data + index + 1), _data + index, sizeof(T) * (_size - index));
@@ -333,11 +358,26 @@ public:
   }
 
 private:
-  void grow_for_push() { set_capacity(_capacity * 2 + 10); }
+  static constexpr uint64_t max_elements() { return container_detail::MAX_STORAGE_BYTES / sizeof(T); }
 
-  void grow(uint32_t at_least) {
-    uint32_t n = _capacity * 2 + 10;
-    set_capacity(n > at_least ? n : at_least);
+  // Whether n elements fit one allocation; reports when they don't.
+  static bool fits(uint64_t n) {
+    if (TW_LIKELY(n <= max_elements()))
+      return true;
+    TW_ASSERT_MSG(n <= max_elements(), "Vector too large: %llu elements of %u bytes do not fit in 4 GiB",
+                  (unsigned long long)n, unsigned(sizeof(T)));
+    return false;
+  }
+
+  // False (after the report) when the room can't be had.
+  bool grow_for_push() { return grow(uint64_t(_size) + 1); }
+
+  bool grow(uint64_t at_least) {
+    uint64_t n = container_detail::grown_capacity(_capacity, at_least, max_elements());
+    if (!fits(n))
+      return false;
+    set_capacity(uint32_t(n));
+    return true;
   }
 
   void destroy_range(uint32_t from, uint32_t to) {

@@ -1,6 +1,7 @@
 #include "foundation/io/file_system.h"
 
 #include "foundation/error/assert.h"
+#include "foundation/error/system_error.h"
 #include "foundation/io/path.h"
 #include "foundation/memory/temp_allocator.h"
 
@@ -32,19 +33,42 @@ FileInputBuffer* FileSystem::open_input(const char* path, Allocator& allocator) 
   FullPath full(*this, path);
   uint64_t size = 0;
   FileHandle h = file_system_platform_interface::open_input(full.c_str(), &size);
-  TW_ASSERT_TEXT(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open input %s", full.c_str());
-  if (h == INVALID_FILE_HANDLE)
+  if (h == INVALID_FILE_HANDLE) {
+    system_error::LastErrorText reason;
+    TW_ASSERT_TEXT(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open input %s: %s", full.c_str(),
+                   reason.c_str());
     return nullptr;
+  }
   return allocator.make_new<FileInputBuffer>(h, size, allocator, full.c_str());
 }
 
 FileOutputBuffer* FileSystem::open_output(const char* path, Allocator& allocator, bool append) {
   FullPath full(*this, path);
   FileHandle h = file_system_platform_interface::open_output(full.c_str(), append);
-  TW_ASSERT_TEXT(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open output %s", full.c_str());
-  if (h == INVALID_FILE_HANDLE)
+  if (h == INVALID_FILE_HANDLE) {
+    system_error::LastErrorText reason;
+    TW_ASSERT_TEXT(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open output %s: %s", full.c_str(),
+                   reason.c_str());
     return nullptr;
+  }
   return allocator.make_new<FileOutputBuffer>(h, allocator, full.c_str());
+}
+
+FileOutputBuffer* FileSystem::open_replacement(const char* path, Allocator& allocator) {
+  FullPath full(*this, path);
+  ScopedTempAllocator scratch;
+  String target(scratch);
+  if (!file_system_platform_interface::replacement_target(full.c_str(), target))
+    return open_output(path, allocator, false);
+  String temporary(scratch);
+  FileHandle h = file_system_platform_interface::open_temporary_beside(target.c_str(), temporary);
+  if (h == INVALID_FILE_HANDLE) {
+    system_error::LastErrorText reason;
+    TW_ASSERT_TEXT(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open output %s: %s", full.c_str(),
+                   reason.c_str());
+    return nullptr;
+  }
+  return allocator.make_new<FileOutputBuffer>(h, allocator, target.c_str(), temporary.c_str());
 }
 
 // A stream's storage came from the allocator that also holds its buffer.
@@ -54,8 +78,21 @@ void FileSystem::close(FileInputBuffer* file) {
 }
 
 void FileSystem::close(FileOutputBuffer* file) {
-  if (file)
-    file->allocator().make_delete(file);
+  if (!file)
+    return;
+  // Released also when finishing reports by throwing.
+  struct Release {
+    FileOutputBuffer* file;
+    ~Release() { file->allocator().make_delete(file); }
+  } release{file};
+  file->finish();
+}
+
+void FileSystem::abandon(FileOutputBuffer* file) {
+  if (!file)
+    return;
+  file->abandon();
+  file->allocator().make_delete(file);
 }
 
 uint32_t FileSystem::size(const char* path) {
@@ -125,24 +162,59 @@ void FileSystem::list_directory(const char* path, Vector<String>& names) {
 }
 
 void FileSystem::read_all(const char* path, Vector<char>& out) {
-  ScopedTempAllocator scratch;
-  FileInputBuffer* in = open_input(path, scratch);
-  if (!in)
+  FullPath full(*this, path);
+  uint64_t size = 0;
+  FileHandle h = file_system_platform_interface::open_input(full.c_str(), &size);
+  if (h == INVALID_FILE_HANDLE) {
+    system_error::LastErrorText reason;
+    TW_ASSERT_TEXT(h != INVALID_FILE_HANDLE, "h != INVALID_HANDLE_VALUE", "Cannot open input %s: %s", full.c_str(),
+                   reason.c_str());
     return;
-  uint64_t size = in->size();
-  TW_ASSERT_MSG(size < 0x80000000ull, "File size overflow");
-  char* p = out.make_room(uint32_t(size));
-  in->read(p, uint32_t(size));
-  out.set_size(out.size() + uint32_t(size));
-  close(in);
+  }
+  SystemFile file(h, size, false);
+  // The size the system gave is a first guess only: a pipe or a /proc file
+  // says 0, and a file may grow while it is read. Reading goes on to the end.
+  const uint64_t limit = 0x7FFFFFFFull;
+  uint64_t first = size < limit ? size : limit;
+  if (uint64_t(out.size()) + first + 1 <= limit)
+    out.reserve(out.size() + uint32_t(first) + 1);
+  for (;;) {
+    uint64_t room = out.capacity() - out.size();
+    if (room == 0)
+      room = 65536;
+    if (uint64_t(out.size()) + room > limit)
+      room = limit - out.size();
+    if (room == 0) {
+      char probe;
+      bool more = file.read(&probe, 1) > 0;
+      TW_ASSERT_MSG(!more, "File too large %s (2 GiB or more)", full.c_str());
+      return;
+    }
+    char* p = out.make_room(uint32_t(room));
+    if (!p)
+      return;
+    uint32_t got = file.read(p, uint32_t(room));
+    out.set_size(out.size() + got);
+    if (got < room)
+      return;
+  }
 }
 
 void FileSystem::write_all(const char* path, const void* data, uint32_t bytes) {
   ScopedTempAllocator scratch;
-  FileOutputBuffer* out = open_output(path, scratch, false);
+  FileOutputBuffer* out = open_replacement(path, scratch);
   if (!out)
     return;
+  struct Abandon {
+    FileSystem& fs;
+    FileOutputBuffer* out;
+    ~Abandon() {
+      if (out)
+        fs.abandon(out);
+    }
+  } guard{*this, out};
   out->write(data, bytes);
+  guard.out = nullptr;
   close(out);
 }
 

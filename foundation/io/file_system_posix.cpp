@@ -1,10 +1,15 @@
 #include "foundation/io/file_system.h"
 
+#include <atomic>
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace foundation {
@@ -34,6 +39,53 @@ FileHandle open_output(const char* path, bool append) {
 }
 
 FileHandle open_async_input(const char* path, uint64_t* size) { return open_input(path, size); }
+
+bool replacement_target(const char* path, String& target) {
+  if (!path[0])
+    return false; // no file named: opening it says so
+  struct stat st;
+  if (lstat(path, &st) != 0) {
+    target = path; // nothing there yet (or unreadable: opening will say why)
+    return true;
+  }
+  if (S_ISREG(st.st_mode)) {
+    target = path;
+    return true;
+  }
+  if (!S_ISLNK(st.st_mode))
+    return false;
+  char resolved[PATH_MAX];
+  if (!realpath(path, resolved) || stat(resolved, &st) != 0 || !S_ISREG(st.st_mode))
+    return false; // a dangling link or one to a device: written through
+  target = resolved;
+  return true;
+}
+
+FileHandle open_temporary_beside(const char* target, String& temporary) {
+  static std::atomic<uint32_t> counter(0);
+  struct stat st;
+  bool keep_mode = stat(target, &st) == 0 && S_ISREG(st.st_mode);
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    char suffix[64];
+    snprintf(suffix, sizeof(suffix), ".tmp-%ld-%u-%ld", long(getpid()), unsigned(counter.fetch_add(1)),
+             long(time(nullptr) % 100000));
+    temporary = target;
+    temporary.append(suffix);
+    int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0) {
+      if (errno == EEXIST)
+        continue;
+      return INVALID_FILE_HANDLE;
+    }
+    if (keep_mode)
+      (void)fchmod(fd, st.st_mode & 07777);
+    return FileHandle(fd);
+  }
+  errno = EEXIST;
+  return INVALID_FILE_HANDLE;
+}
+
+bool replace_file(const char* from, const char* to) { return rename(from, to) == 0; }
 
 bool file_size(const char* path, uint64_t* size) {
   struct stat st;

@@ -3,6 +3,7 @@
 #include "foundation/memory/temp_allocator.h"
 #include "foundation/utility/encoding.h"
 
+#include <stdio.h>
 #include <string.h>
 #include <windows.h>
 
@@ -66,6 +67,48 @@ FileHandle open_output(const char* path, bool append) {
     SetFilePointerEx(h, zero, nullptr, FILE_END);
   }
   return to_handle(h);
+}
+
+bool replacement_target(const char* path, String& target) {
+  if (!path[0])
+    return false; // no file named: opening it says so
+  WidePath wide(path);
+  HANDLE h = CreateFileW(wide.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  target = path;
+  if (h == INVALID_HANDLE_VALUE)
+    return true; // nothing there yet (or unreadable: opening will say why)
+  // Only a file on a disk is replaced; devices (NUL, CON), pipes and
+  // folders are written directly, which reports what they refuse.
+  BY_HANDLE_FILE_INFORMATION info;
+  bool is_file = GetFileType(h) == FILE_TYPE_DISK && GetFileInformationByHandle(h, &info) &&
+                 !(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
+  CloseHandle(h);
+  return is_file;
+}
+
+FileHandle open_temporary_beside(const char* target, String& temporary) {
+  static LONG counter = 0;
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    char suffix[64];
+    snprintf(suffix, sizeof(suffix), ".tmp-%lu-%ld", (unsigned long)GetCurrentProcessId(),
+             long(InterlockedIncrement(&counter)));
+    temporary = target;
+    temporary.append(suffix);
+    WidePath wide(temporary.c_str());
+    HANDLE h = CreateFileW(wide.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (h != INVALID_HANDLE_VALUE)
+      return to_handle(h);
+    if (GetLastError() != ERROR_FILE_EXISTS)
+      return INVALID_FILE_HANDLE;
+  }
+  return INVALID_FILE_HANDLE;
+}
+
+bool replace_file(const char* from, const char* to) {
+  WidePath wide_from(from);
+  WidePath wide_to(to);
+  return MoveFileExW(wide_from.c_str(), wide_to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
 }
 
 FileHandle open_async_input(const char* path, uint64_t* size) {

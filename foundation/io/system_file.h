@@ -32,12 +32,18 @@ public:
 
   // Bytes read (fewer at the end of the file).
   uint32_t read(void* buffer, uint32_t count);
-  // Whether all bytes were written.
+  // Whether all bytes were written; on failure the system's last error
+  // says why.
   bool write(const void* buffer, uint32_t count);
   // Moves the file pointer to `position` from the start.
   void seek(uint64_t position);
   uint64_t position();
-  void close();
+  // Closes the handle (once); false when the system reports that data could
+  // not be written at the close.
+  bool close();
+
+  static void set_write_fault(uint32_t writes_that_succeed);
+  static void clear_write_fault();
 
   // Starts reading `count` bytes at `offset` into `buffer`.
   void async_read(uint64_t offset, void* buffer, uint32_t count);
@@ -51,7 +57,8 @@ private:
   bool platform_write(const void* buffer, uint32_t count);
   bool platform_seek(uint64_t position);
   uint64_t platform_position();
-  void platform_close();
+  bool platform_close();
+  static void platform_set_no_space_error();
   void platform_start_async_read();
   uint32_t platform_wait_async_read();
   bool platform_async_read_done();

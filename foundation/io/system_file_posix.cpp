@@ -38,7 +38,11 @@ uint64_t SystemFile::platform_position() {
   return p < 0 ? 0 : uint64_t(p);
 }
 
-void SystemFile::platform_close() { ::close(int(_handle)); }
+// A failed close is not retried: the descriptor is gone either way (POSIX
+// leaves its state unspecified after EINTR, and Linux has freed it).
+bool SystemFile::platform_close() { return ::close(int(_handle)) == 0 || errno == EINTR; }
+
+void SystemFile::platform_set_no_space_error() { errno = ENOSPC; }
 
 // A positioned read that is done by the time it returns.
 void SystemFile::platform_start_async_read() {

@@ -37,7 +37,9 @@ uint64_t SystemFile::platform_position() {
   return uint64_t(now.QuadPart);
 }
 
-void SystemFile::platform_close() { CloseHandle(handle_of(_handle)); }
+bool SystemFile::platform_close() { return CloseHandle(handle_of(_handle)) != 0; }
+
+void SystemFile::platform_set_no_space_error() { SetLastError(ERROR_DISK_FULL); }
 
 void SystemFile::platform_start_async_read() {
   OVERLAPPED* o = reinterpret_cast<OVERLAPPED*>(_overlapped.platform);

@@ -1,8 +1,10 @@
 // The scene capture called directly (linked in, not through the module), to
 // see what a failed mesh or skin leaves in the database: no geometry, and
 // the skin entry as far as it was filled.
+#include "exporter/export_driver.h"
 #include "exporter/exporter_context.h"
 #include "exporter/mesh_export.h"
+#include "foundation/io/system_file.h"
 #include "foundation/memory/memory_globals.h"
 #include "scene/scene_database.h"
 #include "support/test_support.h"
@@ -115,4 +117,35 @@ TEST(Capture, ALaterMeshOfTheSameNameReplacesTheEarlierOne) {
   ASSERT_TRUE(c.export_mesh("thing"));
   EXPECT_EQ(1u, c.database.geometries.size());
   EXPECT_EQ(4u, c.database.geometries.find("thing").value().streams[0].size);
+}
+
+// The whole driver with the file layer made to fail its n-th write: the
+// export stops with the report, the file that was there stays as it was,
+// no other file is left, and everything the export took is given back.
+TEST(Capture, AnExportWhoseWriteFailsLeavesTheExistingFileAlone) {
+  new_scene();
+  set_playback_range(1, 1);
+  mesh(transform("thing"), "thingShape", grid(60, 60)); // a text of several buffers
+  test::TempDirectory dir;
+  const std::string path = dir.file("scene.twi");
+  test::write_file(path, "the previous export");
+  for (uint32_t succeed : {0u, 1u, 2u}) {
+    twi::ExportSettings settings;
+    settings.file = path.c_str();
+    twi::ExporterContext context(default_allocator(), settings);
+    foundation::SystemFile::set_write_fault(succeed);
+    test::Report report = test::capture_report([&] { twi::export_scene(context); });
+    foundation::SystemFile::clear_write_fault();
+    EXPECT_TRUE(report.reported) << succeed;
+    EXPECT_NE(std::string::npos, report.message.find("Cannot write to " + path + ": No space left on device"))
+        << report.message;
+    EXPECT_EQ("the previous export", test::read_file(path)) << succeed;
+    EXPECT_EQ(1u, test::directory_size(dir.path())) << "no temporary file left behind";
+  }
+  twi::ExportSettings settings;
+  settings.file = path.c_str();
+  twi::ExporterContext context(default_allocator(), settings);
+  ASSERT_TRUE(twi::export_scene(context));
+  EXPECT_NE(std::string::npos, test::read_file(path).find("thing = {"));
+  EXPECT_EQ(1u, test::directory_size(dir.path()));
 }

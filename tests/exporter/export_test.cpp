@@ -6,7 +6,9 @@
 #include <maya/MAnimControl.h>
 #include <maya/MTime.h>
 
+#include <dirent.h>
 #include <math.h>
+#include <string.h>
 #include <unistd.h>
 
 using namespace mayasim::builder;
@@ -93,7 +95,7 @@ TEST_F(Export, MissingFileFlagExportsToAnEmptyPathAndFails) {
   build_scene();
   EXPECT_EQ(MS::kFailure, host.execute("twi_export -h").statusCode());
   ASSERT_EQ(1u, error_lines(host).size());
-  EXPECT_EQ("Export failed: Cannot open output ", error_lines(host)[0]);
+  EXPECT_EQ("Export failed: Cannot open output : No such file or directory", error_lines(host)[0]);
 }
 
 TEST_F(Export, TranslatorOptionsAndAccessModes) {
@@ -300,7 +302,7 @@ TEST_F(Export, AnUnwritableOutputFailsWithoutEndingMaya) {
   std::string path = dir.path() + "/no/such/folder/out.twi";
   EXPECT_EQ(MS::kFailure, export_command("", path).statusCode());
   ASSERT_EQ(1u, error_lines(host).size());
-  EXPECT_EQ("Export failed: Cannot open output " + path, error_lines(host)[0]);
+  EXPECT_EQ("Export failed: Cannot open output " + path + ": No such file or directory", error_lines(host)[0]);
   // The log is shown (empty, as after every run) before the error.
   const std::vector<mayasim::ScriptLine>& editor = host.script_editor();
   ASSERT_GE(editor.size(), 3u);
@@ -314,4 +316,46 @@ TEST_F(Export, AnUnwritableOutputFailsWithoutEndingMaya) {
   EXPECT_EQ(2u, error_lines(host).size());
   EXPECT_EQ(MS::kSuccess, export_command("", out()).statusCode());
   EXPECT_TRUE(exists(out()));
+}
+
+// A write that fails at the end (a small document, written at the final
+// flush) or on the way (a large one) must neither end Maya nor leak: the
+// host goes on, and unloading the module finds every allocator empty.
+TEST_F(Export, AFullDiskFailsTheExportAndMayaCarriesOn) {
+  if (access("/dev/full", W_OK) != 0)
+    GTEST_SKIP() << "no /dev/full";
+  transform("small");
+  MObject big = transform("big");
+  mesh(big, "bigShape", grid(120, 120));
+  const std::string full = "/dev/full";
+  for (const char* selected : {"small", "big"}) {
+    select({find(selected)});
+    host.clear_script_editor();
+    EXPECT_EQ(MS::kFailure, export_command("-s", full).statusCode()) << selected;
+    ASSERT_EQ(1u, error_lines(host).size()) << host.script_editor_text();
+    EXPECT_EQ("Export failed: Cannot write to /dev/full: No space left on device", error_lines(host)[0]);
+    EXPECT_EQ(MS::kFailure, host.export_file("TarnwickIntermediate", full, "",
+                                             MPxFileTranslator::kExportActiveAccessMode)
+                                .statusCode())
+        << selected;
+    EXPECT_EQ(2u, error_lines(host).size());
+  }
+  EXPECT_EQ(MS::kSuccess, export_command("", out()).statusCode()) << host.script_editor_text();
+  EXPECT_EQ(MS::kSuccess, host.unload_plugin("twi_exporter").statusCode()) << host.last_error();
+}
+
+TEST_F(Export, ARewrittenFileIsReplacedWhole) {
+  transform("box");
+  test::write_file(out(), "an older export");
+  ASSERT_EQ(MS::kSuccess, export_command("", out()).statusCode());
+  std::string text = test::read_file(out());
+  EXPECT_NE(std::string::npos, text.find("box = {")) << text;
+  std::vector<std::string> files;
+  DIR* d = opendir(dir.path().c_str());
+  while (dirent* e = d ? readdir(d) : nullptr)
+    if (e->d_name[0] != '.' || (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0))
+      files.push_back(e->d_name);
+  if (d)
+    closedir(d);
+  EXPECT_EQ((std::vector<std::string>{"out.twi"}), files) << "no temporary file left beside it";
 }

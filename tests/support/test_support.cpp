@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdlib.h>
+#include <string.h>
 
 #include <stdio.h>
 
@@ -107,6 +108,34 @@ static void remove_tree(const std::string& path) {
 #endif
 
 TempDirectory::~TempDirectory() { remove_tree(_path); }
+
+#if defined(_WIN32)
+unsigned directory_size(const std::string& path) {
+  WIN32_FIND_DATAA data;
+  HANDLE h = FindFirstFileA((path + "\\*").c_str(), &data);
+  if (h == INVALID_HANDLE_VALUE)
+    return 0;
+  unsigned n = 0;
+  do {
+    if (strcmp(data.cFileName, ".") != 0 && strcmp(data.cFileName, "..") != 0)
+      ++n;
+  } while (FindNextFileA(h, &data));
+  FindClose(h);
+  return n;
+}
+#else
+unsigned directory_size(const std::string& path) {
+  DIR* d = opendir(path.c_str());
+  if (!d)
+    return 0;
+  unsigned n = 0;
+  while (dirent* e = readdir(d))
+    if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0)
+      ++n;
+  closedir(d);
+  return n;
+}
+#endif
 
 std::string read_file(const std::string& path) {
   std::ifstream in(path, std::ios::binary);

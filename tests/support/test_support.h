@@ -43,6 +43,8 @@ private:
 };
 
 std::string read_file(const std::string& path);
+// Entries in a directory, "." and ".." not counted.
+unsigned directory_size(const std::string& path);
 
 // How many times longer the stress tests run: TW_STRESS_SCALE (1 when unset).
 unsigned stress_scale();

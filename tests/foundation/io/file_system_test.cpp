@@ -7,8 +7,13 @@
 #include <string.h>
 #include <string>
 
+#include <algorithm>
+#include <thread>
+#include <vector>
+
 #if !defined(_WIN32)
   #include <fcntl.h>
+  #include <sys/stat.h>
   #include <unistd.h>
 #endif
 
@@ -96,8 +101,13 @@ TEST(FileSystem, FailuresNameThePath) {
   test::TempDirectory dir;
   FileSystem fs(heap(), dir.path().c_str());
   std::string missing = dir.path() + "/missing.twi";
-  EXPECT_REPORT(fs.open_input("missing.twi", heap()), "Assertion failed: h != INVALID_HANDLE_VALUE\n\nCannot open input " + missing);
-  EXPECT_REPORT(fs.open_output("no/such/dir/x.twi", heap()), "Cannot open output " + dir.path() + "/no/such/dir/x.twi");
+  // Opening names the system's reason after the path.
+  EXPECT_REPORT(fs.open_input("missing.twi", heap()),
+                "Assertion failed: h != INVALID_HANDLE_VALUE\n\nCannot open input " + missing + ": No such file");
+  EXPECT_REPORT(fs.open_output("no/such/dir/x.twi", heap()),
+                "Cannot open output " + dir.path() + "/no/such/dir/x.twi: No such file or directory");
+  EXPECT_REPORT(fs.open_replacement("no/such/dir/x.twi", heap()),
+                "Cannot open output " + dir.path() + "/no/such/dir/x.twi: No such file or directory");
   EXPECT_REPORT(fs.size("missing.twi"), "Assertion failed: exists(file)\n\nFile does not exist " + missing);
   EXPECT_REPORT(fs.last_modified_time("missing.twi"), "File does not exist " + missing);
   EXPECT_REPORT(fs.is_directory("missing.twi"), "Cannot check if path is directory " + missing);
@@ -119,17 +129,157 @@ TEST(FileSystem, SizeOfFourGibibytesOverflows) {
   EXPECT_REPORT(fs.size("huge.bin"), "Assertion failed: fd.nFileSizeHigh == 0\n\nFile size overflow");
 }
 
-TEST(FileSystem, AWriteTheSystemRefusesIsReportedWithThePath) {
+TEST(FileSystem, AWriteTheSystemRefusesIsReportedWithThePathAndReason) {
   if (access("/dev/full", W_OK) != 0)
     GTEST_SKIP() << "no /dev/full";
   FileSystem fs(heap(), "");
   FileOutputBuffer* out = fs.open_output("/dev/full", heap());
   out->write_text("this cannot be written");
-  EXPECT_REPORT(out->flush(), "Assertion failed: written\n\nCannot write to /dev/full");
-  // The buffer still holds the bytes; let the close give up on them quietly.
-  test::capture_report_returning([&] { fs.close(out); });
+  EXPECT_REPORT(out->flush(), "Assertion failed: written\n\nCannot write to /dev/full: No space left on device");
+  // Closing tries the flush again, reports again and still releases the
+  // stream and its buffer (the test's leak check would see them).
+  EXPECT_REPORT(fs.close(out), "Cannot write to /dev/full");
+
+  // A device is written directly, never replaced by a renamed file.
+  out = fs.open_replacement("/dev/full", heap());
+  ASSERT_TRUE(out);
+  EXPECT_FALSE(out->is_replacement());
+  out->write_text("x");
+  EXPECT_REPORT(fs.close(out), "Cannot write to /dev/full: No space left on device");
+  out = fs.open_replacement("/dev/null", heap());
+  out->write_text("gone");
+  fs.close(out);
+}
+
+TEST(FileSystem, ReadingGoesOnToTheEndOfPipesAndProcFiles) {
+  FileSystem fs(heap(), "");
+  // /proc files say they are empty.
+  Vector<char> text(heap());
+  fs.read_all("/proc/self/status", text);
+  EXPECT_NE(std::string(text.data(), text.size()).find("Name:"), std::string::npos);
+
+  // A pipe filled by a writer thread, larger than one read.
+  int fds[2];
+  ASSERT_EQ(0, pipe(fds));
+  std::string sent;
+  for (int i = 0; i < 30000; ++i)
+    sent += "line " + std::to_string(i) + "\n";
+  std::thread writer([&] {
+    size_t done = 0;
+    while (done < sent.size()) {
+      ssize_t n = ::write(fds[1], sent.data() + done, sent.size() - done);
+      if (n <= 0)
+        break;
+      done += size_t(n);
+    }
+    ::close(fds[1]);
+  });
+  Vector<char> piped(heap());
+  fs.read_all(("/dev/fd/" + std::to_string(fds[0])).c_str(), piped);
+  writer.join();
+  ::close(fds[0]);
+  EXPECT_EQ(sent, std::string(piped.data(), piped.size()));
+}
+
+TEST(FileSystem, AReplacementFollowsLinksAndKeepsPermissions) {
+  test::TempDirectory dir;
+  FileSystem fs(heap(), dir.path().c_str());
+  test::write_file(dir.file("real.twi"), "old");
+  ASSERT_EQ(0, chmod(dir.file("real.twi").c_str(), 0640));
+  ASSERT_EQ(0, symlink("real.twi", dir.file("link.twi").c_str()));
+  fs.write_all("link.twi", "new", 3);
+  struct stat st;
+  ASSERT_EQ(0, lstat(dir.file("link.twi").c_str(), &st));
+  EXPECT_TRUE(S_ISLNK(st.st_mode)) << "the link stays a link";
+  EXPECT_EQ("new", test::read_file(dir.file("real.twi")));
+  ASSERT_EQ(0, stat(dir.file("real.twi").c_str(), &st));
+  EXPECT_EQ(0640u, unsigned(st.st_mode & 0777));
 }
 #endif
+
+namespace {
+// The names in a directory, sorted.
+std::vector<std::string> entries(const std::string& path) {
+  FileSystem fs(heap(), "");
+  Vector<String> names(heap());
+  fs.list_directory(path.c_str(), names);
+  std::vector<std::string> out;
+  for (const String& n : names)
+    out.push_back(n.c_str());
+  return out;
+}
+
+// Clears the injected write fault when the test ends, whatever happens.
+struct WriteFault {
+  explicit WriteFault(uint32_t writes_that_succeed) { SystemFile::set_write_fault(writes_that_succeed); }
+  ~WriteFault() { SystemFile::clear_write_fault(); }
+};
+} // namespace
+
+TEST(FileSystem, AReplacementTakesThePlaceOfTheOldFileOnlyWhenComplete) {
+  test::TempDirectory dir;
+  FileSystem fs(heap(), dir.path().c_str());
+  test::write_file(dir.file("doc.twi"), "old text");
+  FileOutputBuffer* out = fs.open_replacement("doc.twi", heap());
+  ASSERT_TRUE(out->is_replacement());
+  std::string big(3 * FileOutputBuffer::CAPACITY + 5, 'n');
+  out->write(big.data(), uint32_t(big.size()));
+  out->write_text("!");
+  EXPECT_EQ("old text", test::read_file(dir.file("doc.twi"))) << "untouched while written";
+  fs.close(out);
+  EXPECT_EQ(big + "!", test::read_file(dir.file("doc.twi")));
+  EXPECT_EQ((std::vector<std::string>{"doc.twi"}), entries(dir.path())) << "no temporary file left";
+
+  // Abandoned: the old file stays, nothing else is left.
+  out = fs.open_replacement("doc.twi", heap());
+  out->write_text("never");
+  fs.abandon(out);
+  EXPECT_EQ(big + "!", test::read_file(dir.file("doc.twi")));
+  EXPECT_EQ((std::vector<std::string>{"doc.twi"}), entries(dir.path()));
+}
+
+TEST(FileSystem, AFailedWriteLeavesTheOldFileAndNoOtherFile) {
+  test::TempDirectory dir;
+  FileSystem fs(heap(), dir.path().c_str());
+  test::write_file(dir.file("keep.twi"), "the previous export");
+  std::string big(5 * FileOutputBuffer::CAPACITY, 'x');
+  // Writes `text` in small pieces, as a printer does, abandoning the
+  // replacement when a report is thrown.
+  auto write_in_pieces = [&](const char* name, const std::string& text) {
+    FileOutputBuffer* out = fs.open_replacement(name, heap());
+    try {
+      for (size_t at = 0; at < text.size(); at += 1000)
+        out->write(text.data() + at, uint32_t(std::min<size_t>(1000, text.size() - at)));
+    } catch (...) {
+      fs.abandon(out);
+      throw;
+    }
+    fs.close(out);
+  };
+  // The write that fails: the first (at the final flush of a small text,
+  // or the one write of a large piece) or a later flush; into a file that
+  // exists and one that does not.
+  for (uint32_t succeed : {0u, 1u, 3u}) {
+    for (const char* name : {"keep.twi", "fresh.twi"}) {
+      std::string expected = "Cannot write to " + dir.file(name) + ": No space left on device";
+      {
+        WriteFault fault(succeed);
+        if (succeed == 0) {
+          EXPECT_REPORT(fs.write_all(name, "small", 5), expected);
+          EXPECT_REPORT(fs.write_all(name, big.data(), uint32_t(big.size())), expected);
+        }
+        EXPECT_REPORT(write_in_pieces(name, big), expected);
+      }
+      EXPECT_EQ("the previous export", test::read_file(dir.file("keep.twi"))) << succeed << " " << name;
+      EXPECT_EQ((std::vector<std::string>{"keep.twi"}), entries(dir.path())) << succeed << " " << name;
+    }
+  }
+  // Without the fault the same calls replace it.
+  write_in_pieces("keep.twi", big);
+  EXPECT_EQ(big, test::read_file(dir.file("keep.twi")));
+  fs.write_all("keep.twi", "new", 3);
+  EXPECT_EQ("new", test::read_file(dir.file("keep.twi")));
+}
 
 TEST(FileOutputBuffer, MaximumSizeIsCheckedAtTheFlush) {
   test::TempDirectory dir;
