@@ -12,7 +12,7 @@ endif()
 set(_tw_probe ${CMAKE_BINARY_DIR}/m32_probe.c)
 file(WRITE ${_tw_probe} "int main(void) { return sizeof(void*) == 4 ? 0 : 3; }\n")
 try_run(_tw_m32_run _tw_m32_compiled ${CMAKE_BINARY_DIR}/m32_probe ${_tw_probe}
-        CMAKE_FLAGS -DCMAKE_C_FLAGS=-m32 LINK_OPTIONS -m32
+        COMPILE_DEFINITIONS -m32 LINK_OPTIONS -m32
         COMPILE_OUTPUT_VARIABLE _tw_m32_compile_output)
 if(NOT _tw_m32_compiled)
   message(FATAL_ERROR "the 32-bit build needs a -m32 toolchain (install g++-multilib):\n${_tw_m32_compile_output}")

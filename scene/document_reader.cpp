@@ -21,15 +21,26 @@ void read_matrix(const DCV& array, float* out) {
     out[i] = number(array.at(i));
 }
 
+// Padding a stream's elements may carry beyond their channels: stride can
+// exceed the channels' bytes by this much. It bounds what a document can
+// make the reader allocate to a small multiple of the numbers it holds.
+const uint32_t MAX_STRIDE_PADDING = 64;
+
 void read_stream(const DCV& v, GeometryStream& s) {
+  int32_t size, stride;
   {
     ErrorContext key("key", "size");
-    s.size = uint32_t(v.get("size").to_integer());
+    size = v.get("size").to_integer();
   }
   {
     ErrorContext key("key", "stride");
-    s.stride = uint32_t(v.get("stride").to_integer());
+    stride = v.get("stride").to_integer();
   }
+  TW_ASSERT_MSG(size >= 0 && stride >= 0, "negative size %d or stride %d", size, stride);
+  if (size < 0 || stride < 0)
+    return;
+  s.size = uint32_t(size);
+  s.stride = uint32_t(stride);
   const DCV& channels = v.get("channels");
   uint32_t channel_bytes = 0;
   uint32_t components = 0;
@@ -44,13 +55,19 @@ void read_stream(const DCV& v, GeometryStream& s) {
     channel_bytes += channel_type_size(out.type);
     components += channel_type_components(out.type);
   }
-  TW_ASSERT_MSG(channel_bytes <= s.stride || s.size == 0, "stride smaller than the channels (%u bytes, stride %u)",
-                channel_bytes, s.stride);
+  if (s.size == 0)
+    return;
+  // What the text can't fill is refused before anything is made for it.
+  TW_ASSERT_MSG(components > 0, "a stream of %u elements has no channels", s.size);
+  TW_ASSERT_MSG(channel_bytes <= s.stride, "stride smaller than the channels (%u bytes, stride %u)", channel_bytes,
+                s.stride);
+  TW_ASSERT_MSG(s.stride - channel_bytes <= MAX_STRIDE_PADDING || channel_bytes > s.stride,
+                "stride %u exceeds the channels' %u bytes by more than %u", s.stride, channel_bytes,
+                MAX_STRIDE_PADDING);
   uint64_t bytes = uint64_t(s.size) * s.stride;
   TW_ASSERT_MSG(bytes < 0x80000000ull, "stream too large (%u elements of %u bytes)", s.size, s.stride);
-  if (channel_bytes > s.stride && s.size != 0)
-    return;
-  if (bytes >= 0x80000000ull)
+  if (components == 0 || channel_bytes > s.stride || s.stride - channel_bytes > MAX_STRIDE_PADDING ||
+      bytes >= 0x80000000ull)
     return;
 
   ErrorContext key("key", "data");
@@ -60,19 +77,21 @@ void read_stream(const DCV& v, GeometryStream& s) {
   uint64_t needed = uint64_t(s.size) * components;
   if (needed > data.size())
     number(data.at(data.size()));
+  if (needed > data.size())
+    return;
+  // The values lie one after another, channel by channel and element by
+  // element; a stride beyond the channels leaves zeros at the end.
   s.data.resize(uint32_t(bytes));
   uint8_t* p = s.data.data();
   uint32_t n = 0;
   for (uint32_t e = 0; e < s.size; ++e) {
-    uint8_t* element = p + uint64_t(e) * s.stride;
-    uint32_t offset = 0;
     for (const StreamChannel& c : s.channels) {
       uint32_t count = channel_type_components(c.type);
       for (uint32_t i = 0; i < count; ++i) {
         float f = number(data.at(n++));
-        memcpy(element + offset + 4 * i, &f, 4);
+        memcpy(p, &f, 4);
+        p += 4;
       }
-      offset += channel_type_size(c.type);
     }
   }
 }

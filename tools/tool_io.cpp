@@ -5,6 +5,7 @@
 #include "foundation/io/file_system.h"
 #include "foundation/memory/memory_globals.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -35,11 +36,23 @@ bool guarded(const char* what, const char* path, F f) {
 
 bool read_all(const char* path, Vector<char>& out) {
   if (strcmp(path, "-") == 0) {
+    // Documents are held in memory whole; 2 GiB is more than any reader of
+    // the format can take, and the limit is said rather than wrapped.
+    const uint64_t limit = 0x7FFFFFFFull;
     char buffer[65536];
     size_t n;
-    while ((n = fread(buffer, 1, sizeof(buffer), stdin)) > 0)
+    while ((n = fread(buffer, 1, sizeof(buffer), stdin)) > 0) {
+      if (uint64_t(out.size()) + n > limit) {
+        fprintf(stderr, "twi: cannot read standard input: the document is 2 GiB or larger, more than twi reads\n");
+        return false;
+      }
       out.push_back_n(buffer, uint32_t(n));
-    return !ferror(stdin);
+    }
+    if (ferror(stdin)) {
+      fprintf(stderr, "twi: cannot read standard input: %s\n", strerror(errno));
+      return false;
+    }
+    return true;
   }
   return guarded("read", path, [&] {
     FileSystem fs(memory_globals::default_allocator(), "");

@@ -17,6 +17,7 @@
 #include "foundation/memory/memory_globals.h"
 #include "foundation/utility/id_string.h"
 #include "scene/document_reader.h"
+#include "scene/document_schema.h"
 #include "scene/scene_check.h"
 
 #include <stdio.h>
@@ -123,7 +124,12 @@ int run_json(int argc, char** argv) {
   if (doc.is_nil())
     doc.set_object(); // an empty document is an empty object
   Vector<char> out(memory_globals::default_allocator());
-  write_json(doc, out, !o.pretty);
+  // Every float as the shortest text that reads back to it: the tool's JSON
+  // must not lose values (the console's %f form would).
+  JsonWriteOptions options;
+  options.single_line = !o.pretty;
+  options.exact = true;
+  write_json(doc, out, options);
   out.push_back('\n');
   return tools::write_all(o.output, out) ? 0 : 1;
 }
@@ -136,13 +142,27 @@ char g_failure_place[1024];
 // Called by the report, before the reader's context guards unwind.
 void remember_place(const char*, void*) { error_context::format(g_failure_place, sizeof(g_failure_place)); }
 
-// Parses and reads a twi document; prints where a wrong one is wrong.
-bool load_scene(const char* path, twi::SceneDatabase& db) {
+void print_problems(const char* path, const Vector<String>& problems) {
+  for (const String& p : problems)
+    fprintf(stderr, "%s: %s\n", path, p.c_str());
+}
+
+// Parses and reads a twi document; prints where a wrong one is wrong. The
+// tree is checked against the format first, so that the reader only ever
+// sees documents of the right shape.
+bool load_scene(const char* path, twi::SceneDatabase& db, uint32_t* problem_count = nullptr) {
   DynamicConfigValue doc(memory_globals::default_allocator());
   if (!load_document(path, doc))
     return false;
   if (!doc.is_object()) {
     fprintf(stderr, "%s: not a twi document (the root is not an object)\n", path);
+    return false;
+  }
+  Vector<String> problems(memory_globals::default_allocator());
+  if (!twi::validate_scene_document(doc, problems)) {
+    print_problems(path, problems);
+    if (problem_count)
+      *problem_count = problems.size();
     return false;
   }
   error::ScopedMode mode(ERROR_MODE_THROW);
@@ -178,15 +198,18 @@ int run_check(int argc, char** argv) {
   }
   const char* path = argv[0];
   twi::SceneDatabase db(memory_globals::default_allocator());
-  if (!load_scene(path, db))
+  uint32_t format_problems = 0;
+  if (!load_scene(path, db, &format_problems)) {
+    if (format_problems)
+      fprintf(stderr, "%s: not a valid twi document\n", path);
     return 1;
+  }
   Vector<String> problems(memory_globals::default_allocator());
   if (twi::check_scene(db, problems)) {
     printf("ok\n");
     return 0;
   }
-  for (const String& p : problems)
-    fprintf(stderr, "%s: %s\n", path, p.c_str());
+  print_problems(path, problems);
   fprintf(stderr, "%s: %u problem%s\n", path, problems.size(), problems.size() == 1 ? "" : "s");
   return 1;
 }
@@ -250,17 +273,24 @@ const Command COMMANDS[] = {
      run_fmt},
     {"json", "twi json [FILE|-] [-o OUT] [--pretty]",
      "Reads an SJSON or JSON document and prints it as JSON on one line\n"
-     "(indented with tabs with --pretty), followed by a newline.\n"
+     "(indented with tabs with --pretty), followed by a newline. Nothing is\n"
+     "lost: each float is printed in the shortest form that reads back to the\n"
+     "same 32-bit float (1.5e-07, 0.1), infinities and NaN as null, and control\n"
+     "characters in strings escaped.\n"
      "  -o OUT     write to OUT instead of standard output\n"
      "  --pretty   one member or element per line\n",
      run_json},
     {"check", "twi check FILE",
-     "Reads a twi document and verifies it: the document's keys and kinds, then\n"
-     "that referenced nodes, geometries and skins exist, each stream's stride and\n"
-     "data length, one index list per stream with every index in range, material\n"
-     "primitives below the triangle count, and that every node is reached exactly\n"
-     "once from the roots. Prints \"ok\" and exits 0, or prints every problem with\n"
-     "its place and exits 1.\n",
+     "Reads a twi document and verifies it. First its shape against the format:\n"
+     "the keys each object must and may have and their kinds, 16 numbers in each\n"
+     "matrix, channel types the format names, each stride the sum of its\n"
+     "channels, size x channel floats in each stream's data, one index list of\n"
+     "`size` entries per stream. Then its content: referenced nodes, geometries\n"
+     "and skins exist, every index is below its stream's size, material\n"
+     "primitives are below the triangle count, every node is reached exactly\n"
+     "once from the roots, and the joints a skin names are exported nodes (a\n"
+     "warning). Prints \"ok\" and exits 0, or prints every problem with its place\n"
+     "and exits 1.\n",
      run_check},
     {"info", "twi info FILE",
      "Summarises a twi document: source path, nodes and roots, geometries with\n"

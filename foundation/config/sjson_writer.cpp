@@ -136,15 +136,22 @@ public:
     need(FLOAT_F_MAX_CHARS);
     _cur += format_float_f(value, _cur);
   }
+  void real_shortest(float value) {
+    need(FLOAT_SHORTEST_MAX_CHARS);
+    _cur += format_float_shortest(value, _cur);
+  }
 
   // Quoted, with the double quote and backslash escaped; newline and
-  // carriage return escaped too when `escape_line_breaks`.
-  void quoted(const char* text, uint32_t n, bool escape_line_breaks) {
+  // carriage return escaped too when `escape_line_breaks`, and every other
+  // control character as \u00XX when `escape_controls`.
+  void quoted(const char* text, uint32_t n, bool escape_line_breaks, bool escape_controls = false) {
     put('"');
     uint32_t start = 0;
     for (uint32_t i = 0; i < n; ++i) {
       char c = text[i];
       const char* escape = nullptr;
+      char code[7];
+      uint32_t length = 2;
       if (c == '"')
         escape = "\\\"";
       else if (c == '\\')
@@ -153,9 +160,20 @@ public:
         escape = "\\n";
       else if (escape_line_breaks && c == '\r')
         escape = "\\r";
+      else if (escape_controls && (unsigned char)c < 0x20) {
+        static const char HEX[] = "0123456789abcdef";
+        code[0] = '\\';
+        code[1] = 'u';
+        code[2] = '0';
+        code[3] = '0';
+        code[4] = HEX[(unsigned char)c >> 4];
+        code[5] = HEX[(unsigned char)c & 15];
+        escape = code;
+        length = 6;
+      }
       if (escape) {
         put(text + start, i - start);
-        put(escape, 2);
+        put(escape, length);
         start = i + 1;
       }
     }
@@ -178,13 +196,13 @@ private:
   char* _end;
 };
 
-void write_text_value(TextWriter& w, const DCV& v, bool escape_line_breaks) {
+void write_text_value(TextWriter& w, const DCV& v, bool escape_line_breaks, bool escape_controls = false) {
   if (v.is_string()) {
     const String& s = *v.string_record();
-    w.quoted(s.c_str(), s.length(), escape_line_breaks);
+    w.quoted(s.c_str(), s.length(), escape_line_breaks, escape_controls);
   } else {
     const DCV::Data& d = v.to_data();
-    w.quoted(reinterpret_cast<const char*>(d.data()), d.size(), escape_line_breaks);
+    w.quoted(reinterpret_cast<const char*>(d.data()), d.size(), escape_line_breaks, escape_controls);
   }
 }
 
@@ -259,7 +277,7 @@ void write_sjson_value(TextWriter& w, const DCV& v, int level, bool multiline) {
   }
 }
 
-void write_json_value(TextWriter& w, const DCV& v, int level, bool single_line) {
+void write_json_value(TextWriter& w, const DCV& v, int level, bool single_line, bool exact) {
   switch (v.kind()) {
   case DCV::NIL:
   case DCV::BOOL:
@@ -267,11 +285,19 @@ void write_json_value(TextWriter& w, const DCV& v, int level, bool single_line) 
     write_sjson_value(w, v, level, false);
     break;
   case DCV::FLOAT:
-    w.real_f(v.to_float());
+    if (!exact) {
+      w.real_f(v.to_float());
+    } else {
+      float f = v.to_float();
+      if (f - f == 0.0f) // finite
+        w.real_shortest(f);
+      else
+        w.literal("null");
+    }
     break;
   case DCV::STRING:
   case DCV::DATA:
-    write_text_value(w, v, single_line);
+    write_text_value(w, v, single_line, exact);
     break;
   case DCV::ARRAY: {
     w.put('[');
@@ -286,7 +312,7 @@ void write_json_value(TextWriter& w, const DCV& v, int level, bool single_line) 
         w.put('\n');
         w.tabs(level + 1);
       }
-      write_json_value(w, e, level + 1, single_line);
+      write_json_value(w, e, level + 1, single_line, exact);
     }
     if (!single_line) {
       w.put('\n');
@@ -308,9 +334,9 @@ void write_json_value(TextWriter& w, const DCV& v, int level, bool single_line) 
         w.put('\n');
         w.tabs(level + 1);
       }
-      w.quoted(it.key().c_str(), it.key().length(), single_line);
+      w.quoted(it.key().c_str(), it.key().length(), single_line, exact);
       w.literal(" : ");
-      write_json_value(w, it.value(), level + 1, single_line);
+      write_json_value(w, it.value(), level + 1, single_line, exact);
     }
     if (!single_line) {
       w.put('\n');
@@ -359,9 +385,15 @@ void write_sjson(const DynamicConfigValue& root, TextChunks& out, const SjsonWri
 }
 
 void write_json(const DynamicConfigValue& value, Vector<char>& out, bool single_line) {
+  JsonWriteOptions options;
+  options.single_line = single_line;
+  write_json(value, out, options);
+}
+
+void write_json(const DynamicConfigValue& value, Vector<char>& out, const JsonWriteOptions& options) {
   VectorSink sink(out);
   TextWriter w(sink);
-  write_json_value(w, value, 0, single_line);
+  write_json_value(w, value, 0, options.single_line, options.exact);
 }
 
 } // namespace foundation

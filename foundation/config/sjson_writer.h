@@ -12,7 +12,11 @@
 // write_json prints any value as JSON (" : " between key and value, commas
 // between elements), on one line or indented by tabs; on one line the
 // newline and carriage return inside strings become \n and \r. Floats print
-// as printf("%f").
+// as printf("%f"): the console's message form. With JsonWriteOptions::exact
+// the text loses nothing instead: floats in the shortest form that reads back
+// to the same float ("1.5e-07", not "0.000000"), non-finite floats as null
+// (JSON has no other way to write them), and every control character in a
+// string escaped, so that any JSON parser reads it.
 //
 // Both append to `out` (growing it by the container rule) and add no
 // terminating zero.
@@ -33,6 +37,12 @@ void write_sjson(const DynamicConfigValue& root, Vector<char>& out, const SjsonW
 // without growing and copying one buffer.
 void write_sjson(const DynamicConfigValue& root, TextChunks& out, const SjsonWriteOptions& options);
 void write_json(const DynamicConfigValue& value, Vector<char>& out, bool single_line);
+
+struct JsonWriteOptions {
+  bool single_line = true;
+  bool exact = false;
+};
+void write_json(const DynamicConfigValue& value, Vector<char>& out, const JsonWriteOptions& options);
 
 // True when every byte of `key` is an ASCII letter, digit or '_' (and for "").
 bool is_identifier(const char* key);

@@ -4,6 +4,8 @@
 // exactly with the boundary, in integer arithmetic.
 #include "foundation/utility/float_format.h"
 
+#include <charconv>
+
 #include <math.h>
 #include <string.h>
 
@@ -324,6 +326,11 @@ uint32_t format_float_f(float value, char* out) {
   for (int i = 5; i >= 0; --i)
     *p++ = digits[i];
   return uint32_t(p - out);
+}
+
+uint32_t format_float_shortest(float value, char* out) {
+  std::to_chars_result r = std::to_chars(out, out + FLOAT_SHORTEST_MAX_CHARS, value);
+  return uint32_t(r.ptr - out);
 }
 
 } // namespace foundation

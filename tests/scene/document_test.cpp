@@ -188,3 +188,60 @@ TEST(SceneDocument, ReaderLeniencyAndEmptyDocuments) {
   EXPECT_EQ(second, 2.0f);
   EXPECT_TRUE(db.geometries.find("g").value().materials.empty()); // not an array: empty
 }
+
+// Values are packed one after another, whatever the stride: reading and
+// writing again keeps every number, also when the stride leaves padding and
+// when a misspelt channel type reads as one float per element.
+TEST(SceneDocument, StreamsWithPaddingOrAMisspeltTypeRoundTrip) {
+  const std::string text =
+      "\ngeometries = {\n\tg = {\n\t\tstreams = [ {\n"
+      "\t\t\t\tchannels = [ {\n\t\t\t\t\t\tindex = 0\n\t\t\t\t\t\tname = \"P\"\n\t\t\t\t\t\ttype = \"CT_FLOAT3\"\n"
+      "\t\t\t\t\t} {\n\t\t\t\t\t\tindex = 1\n\t\t\t\t\t\tname = \"UV\"\n\t\t\t\t\t\ttype = \"CT_FLOAT2\"\n\t\t\t\t\t} ]\n"
+      "\t\t\t\tdata = [ 1 2 3 4 5 6 7 8 9 10 ]\n\t\t\t\tsize = 2\n\t\t\t\tstride = 28\n"
+      "\t\t\t} {\n\t\t\t\tchannels = [ {\n\t\t\t\t\t\tindex = 0\n\t\t\t\t\t\tname = \"N\"\n"
+      "\t\t\t\t\t\ttype = \"CT_FLOAT_3\"\n\t\t\t\t\t} ]\n"
+      "\t\t\t\tdata = [ 0.5 1.5 2.5 ]\n\t\t\t\tsize = 3\n\t\t\t\tstride = 12\n\t\t\t} ]\n\t}\n}\n"
+      "nodes = null\nsource_path = \"\"\n";
+  SceneDatabase db(heap());
+  read_text(text, db);
+  const GeometryStream& padded = db.geometries.find("g").value().streams[0];
+  ASSERT_EQ(56u, padded.data.size()) << "size x stride bytes";
+  const float* f = reinterpret_cast<const float*>(padded.data.data());
+  for (int i = 0; i < 10; ++i)
+    EXPECT_EQ(float(i + 1), f[i]) << "packed, element after element";
+  EXPECT_EQ(0.0f, f[10]) << "the padding is zeros at the end";
+  // The misspelt type became CT_FLOAT1 (one value per element) on purpose;
+  // the text written back differs only in the type's name.
+  std::string back = to_text(db);
+  std::string expected = text;
+  expected.replace(expected.find("CT_FLOAT_3"), 10, "CT_FLOAT1");
+  EXPECT_EQ(expected, back);
+}
+
+// What a hostile document asks for is refused before it is allocated or
+// looped over: each case finishes at once with its report.
+TEST(SceneDocument, StreamsTheTextCannotFillAreRefused) {
+  const std::string channel = "channels = [ { index = 0 type = \"CT_FLOAT3\" name = \"P\" } ]";
+  struct Case {
+    std::string stream;
+    const char* report;
+  } cases[] = {
+      {channel + " size = 1 stride = 2147483647 data = [ 1 2 3 ]", "exceeds the channels' 12 bytes by more than 64"},
+      {"size = -1 stride = 0", "negative size -1 or stride 0"},
+      {"channels = null size = 4000000000 stride = 0", "negative size"},
+      {"channels = null size = 100000000 stride = 0", "a stream of 100000000 elements has no channels"},
+      {channel + " size = 100000000 stride = 12 data = [ 1 2 3 ]", "is_integer()"},
+      {channel + " size = 200000000 stride = 12 data = [ 1 2 3 ]", "stream too large"},
+  };
+  for (const Case& c : cases) {
+    std::string text = "geometries = { g = { streams = [ { " + c.stream + " } ] } }";
+    DCV root(heap());
+    ASSERT_TRUE(simplified_json::try_parse_untrusted(text.data(), uint32_t(text.size()), root, nullptr)) << text;
+    SceneDatabase db(heap());
+    ::testing::internal::CaptureStderr();
+    test::Report r = test::capture_report([&] { read_scene_document(db, root); });
+    ::testing::internal::GetCapturedStderr();
+    ASSERT_TRUE(r.reported) << c.stream;
+    EXPECT_NE(std::string::npos, r.message.find(c.report)) << c.stream << "\n" << r.message;
+  }
+}

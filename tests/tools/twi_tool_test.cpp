@@ -50,7 +50,8 @@ TEST(TwiTool, CheckNamesThePlaceOfWhatIsWrong) {
   test::write_file(dir.file("short.twi"), "nodes = { pCube1 = { local = [ 1 2 3 ] } }\nsource_path = \"\"\n");
   ToolRun r = run_twi("check " + dir.file("short.twi"));
   EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.output, dir.file("short.twi") + ": node pCube1 > key local: Assertion failed: is_integer()\n");
+  EXPECT_EQ(r.output, dir.file("short.twi") + ": nodes > pCube1 > local: holds 3 numbers, not 16\n" +
+                          dir.file("short.twi") + ": not a valid twi document\n");
 
   twi::SceneDatabase db(memory_globals::default_allocator());
   test::fill_full_database(db);
@@ -82,11 +83,69 @@ TEST(TwiTool, IdFmtJsonAndHelp) {
   EXPECT_EQ(fmt.output, "\na = {\n\tc = \"x\"\n}\nb = [ 1 2.5 ]\n");
   ToolRun json = run_twi("fmt " + dir.file("in.json") + " -o " + dir.file("out.sjson") + " && " + TW_TWI_TOOL + " json " +
                  dir.file("out.sjson"));
-  EXPECT_EQ(json.output, "{ \"a\" : { \"c\" : \"x\"}, \"b\" : [ 1, 2.500000]}\n");
+  EXPECT_EQ(json.output, "{ \"a\" : { \"c\" : \"x\"}, \"b\" : [ 1, 2.5]}\n");
   for (const char* command : {"fmt", "json", "check", "info", "id"}) {
     ToolRun help = run_twi(std::string(command) + " --help");
     EXPECT_EQ(help.status, 0) << command;
     EXPECT_EQ(help.output.find("usage: twi "), 0u) << command;
   }
   EXPECT_EQ(run_twi("frobnicate").status, 2);
+}
+
+// Documents crafted to break the format: each is refused with its place,
+// at once, and nothing is allocated for what the text can't fill.
+TEST(TwiTool, CheckRefusesCraftedDocumentsQuickly) {
+  test::TempDirectory dir;
+  const std::string channel = "channels = [ { index = 0 name = \"P\" type = \"CT_FLOAT1\" } ]";
+  struct Case {
+    std::string text;
+    std::string problem;
+  } cases[] = {
+      {"nodes = null\nsource_path = \"\"\ngeometries = { g = { streams = [ { " + channel +
+           " size = 1 stride = 2147483647 data = [ 1 ] } ] } }\n",
+       "geometries > g > streams > 0 > stride: is 2147483647, but the channels take 4 bytes"},
+      {"nodes = null\nsource_path = \"\"\ngeometries = { g = { streams = [ { channels = null size = -1 stride = 0 "
+       "data = null } ] } }\n",
+       "geometries > g > streams > 0 > size: is -1, which is negative"},
+      {"nodes = null\nsource_path = \"\"\nanimations = { a = 1 }\n", "animations: is an object, not an array"},
+      {"{ \"meshes\" : [] }", ": lacks the key \"nodes\""},
+  };
+  for (const Case& c : cases) {
+    test::write_file(dir.file("crafted.twi"), c.text);
+    ToolRun r = run_twi("check " + dir.file("crafted.twi"));
+    EXPECT_EQ(1, r.status) << c.text;
+    EXPECT_NE(std::string::npos, r.output.find(c.problem)) << r.output;
+  }
+}
+
+TEST(TwiTool, PipesAreReadToTheirEndAndOutputsReplaceTheirInput) {
+  test::TempDirectory dir;
+  twi::SceneDatabase db(memory_globals::default_allocator());
+  test::fill_full_database(db);
+  const std::string text = document_text(db);
+  test::write_file(dir.file("doc.twi"), text);
+  // A pipe given as a file name (as `<(cat doc.twi)` does) is not empty.
+  ToolRun piped = run_twi("fmt /dev/stdin < /dev/null; cat " + dir.file("doc.twi") + " | " + TW_TWI_TOOL +
+                          " fmt /dev/stdin");
+  EXPECT_EQ(0, piped.status) << piped.output;
+  EXPECT_NE(std::string::npos, piped.output.find(text)) << piped.output;
+  // Writing over its own input: the input was read whole before.
+  ToolRun same = run_twi("fmt " + dir.file("doc.twi") + " -o " + dir.file("doc.twi"));
+  EXPECT_EQ(0, same.status) << same.output;
+  EXPECT_EQ(text, test::read_file(dir.file("doc.twi")));
+  EXPECT_EQ(1u, test::directory_size(dir.path()));
+#if !defined(_WIN32)
+  // A full disk leaves the previous text.
+  ToolRun full = run_twi("fmt " + dir.file("doc.twi") + " -o /dev/full");
+  EXPECT_EQ(1, full.status);
+  EXPECT_NE(std::string::npos, full.output.find("No space left on device")) << full.output;
+#endif
+}
+
+TEST(TwiTool, JsonLosesNoValue) {
+  test::TempDirectory dir;
+  test::write_file(dir.file("in.sjson"), "a = [ 1.5e-7 0.1 16777216 -3.4e38 1e-40 ]\ns = \"tab\there\"\n");
+  ToolRun json = run_twi("json " + dir.file("in.sjson"));
+  EXPECT_EQ(0, json.status) << json.output;
+  EXPECT_EQ("{ \"a\" : [ 1.5e-07, 0.1, 16777216, -3.4e+38, 1e-40], \"s\" : \"tab\\u0009here\"}\n", json.output);
 }
