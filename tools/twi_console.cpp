@@ -62,6 +62,25 @@ int usage_error(const char* text, const char* argument = "") {
   return 2;
 }
 
+// Writes text from the server so that it can't drive the terminal: bytes a
+// terminal would act on (escape sequences, carriage returns, bells,
+// backspaces, DEL and the C1 controls U+0080-U+009F) are shown as \xNN or
+// \u00NN instead. Newlines and tabs stay; NUL bytes are shown, not taken
+// as the end of the text.
+void print_safely(const char* text, size_t n) {
+  for (size_t i = 0; i < n; ++i) {
+    unsigned char c = (unsigned char)text[i];
+    if ((c < 0x20 && c != '\n' && c != '\t') || c == 0x7f) {
+      printf("\\x%02x", c);
+    } else if (c == 0xc2 && i + 1 < n && (unsigned char)text[i + 1] >= 0x80 && (unsigned char)text[i + 1] <= 0x9f) {
+      printf("\\u%04x", (unsigned char)text[i + 1]);
+      ++i;
+    } else {
+      putchar(c);
+    }
+  }
+}
+
 void print_message(const DynamicConfigValue& m, bool raw) {
   if (!raw && m.is_object() && m.get("type").is_string() && strcmp(m.get("type").to_string(), "message") == 0) {
     const DynamicConfigValue& level = m.get("level");
@@ -69,17 +88,46 @@ void print_message(const DynamicConfigValue& m, bool raw) {
     const DynamicConfigValue& text = m.get("message");
     // A line that ends in a newline of its own is printed without a second.
     const char* body = text.is_string() ? text.to_string() : "";
-    int length = int(strlen(body));
+    size_t length = text.is_string() ? text.string_length() : 0;
     while (length > 0 && (body[length - 1] == '\n' || body[length - 1] == '\r'))
       --length;
-    printf("[%s] %s: %.*s\n", level.is_string() ? level.to_string() : "?", system.is_string() ? system.to_string() : "",
-           length, body);
+    putchar('[');
+    if (level.is_string())
+      print_safely(level.to_string(), level.string_length());
+    else
+      putchar('?');
+    fputs("] ", stdout);
+    if (system.is_string())
+      print_safely(system.to_string(), system.string_length());
+    fputs(": ", stdout);
+    print_safely(body, length);
+    putchar('\n');
   } else {
+    // Exact JSON: control characters (NUL included) come out escaped.
     Vector<char> json(memory_globals::default_allocator());
-    write_json(m, json, true);
-    printf("%.*s\n", int(json.size()), json.data());
+    JsonWriteOptions options;
+    options.exact = true;
+    write_json(m, json, options);
+    print_safely(json.data(), json.size());
+    putchar('\n');
   }
   fflush(stdout);
+}
+
+// A port number from 1 to 65535, written in decimal digits only.
+bool parse_port(const char* text, uint32_t& port) {
+  if (!*text || strlen(text) > 5)
+    return false;
+  uint32_t value = 0;
+  for (const char* p = text; *p; ++p) {
+    if (*p < '0' || *p > '9')
+      return false;
+    value = value * 10 + uint32_t(*p - '0');
+  }
+  if (value < 1 || value > 65535)
+    return false;
+  port = value;
+  return true;
 }
 
 bool read_file(const char* path, Vector<char>& out) {
@@ -173,9 +221,8 @@ int parse(int argc, char** argv, Options& o) {
     } else if (a == "--raw") {
       o.raw = true;
     } else if (a == "--listen" && has_value) {
-      char* end = nullptr;
-      long port = strtol(argv[++i], &end, 10);
-      if (!end || *end || port < 1 || port > 65535)
+      uint32_t port = 0;
+      if (!parse_port(argv[++i], port))
         return usage_error("--listen takes a port from 1 to 65535, not ", argv[i]);
       o.listen_port = int(port);
     } else if (a == "--send" || a == "--payload" || a == "--seconds" || a == "--listen") {
@@ -232,11 +279,14 @@ int main_with_network(const Options& o) {
     }
   }
   size_t colon = o.target.rfind(':');
+  uint32_t port = 0;
+  if (colon == std::string::npos || !parse_port(o.target.c_str() + colon + 1, port)) {
+    fprintf(stderr, "twi-console: %s is not HOST:PORT with a port from 1 to 65535\n", o.target.c_str());
+    return 2;
+  }
   SocketAddress address;
-  if (colon == std::string::npos ||
-      !resolve_address(o.target.substr(0, colon).c_str(), uint32_t(atoi(o.target.c_str() + colon + 1)), address) ||
-      address.port == 0) {
-    fprintf(stderr, "twi-console: %s is not HOST:PORT\n", o.target.c_str());
+  if (!resolve_address(o.target.substr(0, colon).c_str(), port, address)) {
+    fprintf(stderr, "twi-console: cannot find the host %s\n", o.target.substr(0, colon).c_str());
     return 2;
   }
   Socket socket;

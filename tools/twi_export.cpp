@@ -21,6 +21,7 @@
 #include <maya/MAnimControl.h>
 #include <maya/MTime.h>
 
+#include <cmath>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -47,7 +48,8 @@ const char* const USAGE =
     "                        instead of the twi_export command\n"
     "  --options \"k=v;...\"   the translator's options string (with --translator;\n"
     "                        --hidden and --animations are added after it)\n"
-    "  --range START:END     playback range in frames\n"
+    "  --range START:END     playback range in frames (finite, END >= START, at\n"
+    "                        most a million samples at 30 a second)\n"
     "  --fps N               frame rate of the scene (15, 24, 25, 30, 48, 50, 60, ...)\n"
     "  --plugin PATH         the plug-in module to load (default: the one built\n"
     "                        with this tool)\n"
@@ -60,6 +62,10 @@ const char* const USAGE =
     "\n"
     "Exit status: 0 when the file was written, 1 when the export failed, 2 for a\n"
     "bad command line.\n";
+
+// The most animation samples an export may take per node (about nine hours
+// at 30 samples a second).
+const unsigned MAX_SAMPLES = 1000000;
 
 struct Options {
   std::string scene;
@@ -191,6 +197,10 @@ int parse(int argc, char** argv, Options& o) {
       if (colon == std::string::npos || !parse_number(v.substr(0, colon), o.range_start) ||
           !parse_number(v.substr(colon + 1), o.range_end))
         return usage_error("--range takes START:END in frames, such as 1:24, not \"%s\"", v.c_str());
+      if (!std::isfinite(o.range_start) || !std::isfinite(o.range_end))
+        return usage_error("--range takes finite frame numbers, not \"%s\"", v.c_str());
+      if (o.range_end < o.range_start)
+        return usage_error("--range %s ends before it starts: give START:END with END at or after START", v.c_str());
       o.has_range = true;
     } else if (a == "--fps") {
       MTime::Unit unit = MTime::kFilm;
@@ -347,8 +357,20 @@ int export_scene(const Options& o, foundation::ConsoleServer* console) {
     double per_frame = MTime(1.0, unit).as(MTime::kSeconds);
     mayasim::builder::set_playback_range(start / per_frame, end / per_frame);
   }
-  if (o.has_range)
+  if (o.has_range) {
+    // The export samples 30 times a second: a range is refused before it is
+    // sampled when it would take more samples than any scene needs.
+    double seconds = (o.range_end - o.range_start) * MTime(1.0, MTime::uiUnit()).as(MTime::kSeconds);
+    double samples = seconds * 30.0 + 1.0;
+    if (samples > double(MAX_SAMPLES)) {
+      fprintf(stderr,
+              "twi-export: --range %g:%g is %.0f seconds, %.0f samples at 30 a second; the most is %u "
+              "(%.1f hours)\n",
+              o.range_start, o.range_end, seconds, samples, MAX_SAMPLES, (MAX_SAMPLES - 1) / 30.0 / 3600.0);
+      return 2;
+    }
     mayasim::builder::set_playback_range(o.range_start, o.range_end);
+  }
   std::vector<MObject> selection;
   for (const std::string& name : o.select) {
     MObject node = mayasim::builder::find(name);

@@ -83,9 +83,54 @@ TEST(TwiConsoleTool, PrintsWhatTheServerSendsAndSendsItsMessage) {
 
   EXPECT_EQ(2, test::run_program(std::string(TW_TWI_CONSOLE_TOOL) + " 127.0.0.1:1 --send 'not json'").status);
   EXPECT_EQ(2, test::run_program(std::string(TW_TWI_CONSOLE_TOOL)).status);
+  for (const char* bad : {"127.0.0.1:70000", "127.0.0.1:0", "127.0.0.1:12x", "127.0.0.1:", "localhost"}) {
+    test::ProgramRun r = test::run_program(std::string(TW_TWI_CONSOLE_TOOL) + " " + bad);
+    EXPECT_EQ(2, r.status) << bad << ": " << r.output;
+    EXPECT_NE(std::string::npos, r.output.find("port from 1 to 65535")) << r.output;
+  }
+  EXPECT_EQ(2, test::run_program(std::string(TW_TWI_CONSOLE_TOOL) + " --listen 70000").status);
   EXPECT_EQ(1, test::run_program(std::string(TW_TWI_CONSOLE_TOOL) + " 127.0.0.1:" + std::to_string(free_port()))
                    .status)
       << "nobody listening";
+}
+
+// What a server sends can't drive the terminal, and a NUL inside a binary
+// payload does not cut the printed message short. The "server" here is a bare
+// socket that sends hand-made frames, as a hostile one would.
+TEST(TwiConsoleTool, ControlBytesFromTheServerAreShownNotObeyed) {
+  network::init();
+  {
+    Socket listener;
+    listener.open(Socket::STREAM);
+    listener.bind(SocketAddress(127, 0, 0, 1, 0));
+    listener.listen(1);
+    Background tool(std::string(TW_TWI_CONSOLE_TOOL) + " 127.0.0.1:" +
+                    std::to_string(listener.local_address().port) + " --seconds 5");
+    Socket server = listener.accept(nullptr);
+    ASSERT_TRUE(server.is_valid());
+    const std::string texts[] = {
+        "{\"type\":\"message\",\"level\":\"info\",\"system\":\"\\u001b[2J\",\"message\":"
+        "\"before \\u001b]0;title\\u0007 \\r\\u009b2J del\\u007f end\"}",
+        "{\"type\":\"x\\u001b[31m\"}",
+    };
+    static const char payload[] = "bin\0ary\x1b[2J";
+    for (int i = 0; i < 2; ++i) {
+      Vector<char> frame(memory_globals::default_allocator());
+      console_frame::build(texts[i].data(), uint32_t(texts[i].size()), i == 1 ? payload : nullptr,
+                           i == 1 ? uint32_t(sizeof(payload) - 1) : 0, frame);
+      ASSERT_EQ(int(frame.size()), server.send(frame.data(), frame.size()));
+    }
+    server.close();
+    EXPECT_EQ(0, tool.finish()) << tool.output;
+    EXPECT_NE(std::string::npos,
+              tool.output.find("[info] \\x1b[2J: before \\x1b]0;title\\x07 \\x0d\\u009b2J del\\x7f end\n"))
+        << tool.output;
+    EXPECT_NE(std::string::npos,
+              tool.output.find("{ \"binary-data\" : \"bin\\u0000ary\\u001b[2J\", \"type\" : \"x\\u001b[31m\"}\n"))
+        << tool.output;
+    EXPECT_EQ(std::string::npos, tool.output.find('\x1b')) << "no raw escape reaches the terminal";
+  }
+  network::shutdown();
 }
 
 TEST(TwiConsoleTool, ActsAsARelayForAServerInRelayMode) {
