@@ -56,6 +56,10 @@ const char* const USAGE =
     "  --quiet               print errors only\n"
     "  --console PORT        also stream the script editor's lines as log messages\n"
     "                        to a console tool (twi-console 127.0.0.1:PORT)\n"
+    "  --console-address A   the address the console listens on: 127.0.0.1 (the\n"
+    "                        default: this machine only), 0.0.0.0 for every\n"
+    "                        interface (any machine that can reach this one), or\n"
+    "                        one interface's address\n"
     "  --console-wait SECS   wait this long for the tool to connect (default 5)\n"
     "  --list-demos          describe the built-in scenes\n"
     "  --help                this text\n"
@@ -82,6 +86,7 @@ struct Options {
   std::string plugin = TW_PLUGIN_MODULE;
   bool quiet = false;
   int console_port = -1;
+  std::string console_address = "127.0.0.1";
   double console_wait = 5.0;
 };
 
@@ -219,6 +224,9 @@ int parse(int argc, char** argv, Options& o) {
       if (!end || *end || port < 1 || port > 65535)
         return usage_error("--console takes a port from 1 to 65535, not \"%s\"", v.c_str());
       o.console_port = int(port);
+    } else if (a == "--console-address") {
+      if (!value(o.console_address) || o.console_address.empty())
+        return usage_error("%s needs an address such as 127.0.0.1 or 0.0.0.0", a.c_str());
     } else if (a == "--console-wait") {
       if (!value(v) || !parse_number(v, o.console_wait) || o.console_wait < 0)
         return usage_error("--console-wait takes a number of seconds, not \"%s\"", v.c_str());
@@ -283,7 +291,7 @@ foundation::ConsoleServer* start_console(const Options& o) {
   log::set_standard_streams_enabled(false);
   ConsoleServer* server = nullptr;
   try {
-    server = new ConsoleServer(uint32_t(o.console_port));
+    server = new ConsoleServer(uint32_t(o.console_port), o.console_address.c_str());
   } catch (const ErrorException& e) {
     fprintf(stderr, "twi-export: --console: %s\n", e.reason());
   }
@@ -291,7 +299,8 @@ foundation::ConsoleServer* start_console(const Options& o) {
   if (!server)
     return nullptr;
   if (!o.quiet)
-    printf("twi-export: console on port %u; waiting up to %g s for a tool\n", server->port(), o.console_wait);
+    printf("twi-export: console on %s port %u; waiting up to %g s for a tool\n", o.console_address.c_str(),
+           server->port(), o.console_wait);
   fflush(stdout);
   log::set_standard_streams_enabled(!o.quiet);
   server->wait_for_connection(float(o.console_wait));

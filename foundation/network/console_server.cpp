@@ -13,6 +13,7 @@
 #include "foundation/utility/timer.h"
 
 #include <atomic>
+#include <stdio.h>
 #include <string.h>
 
 namespace foundation {
@@ -50,22 +51,27 @@ void add_warning(Vector<String>& warnings, const char* text, const SocketAddress
 
 } // namespace
 
-ConsoleServer::ConsoleServer(uint32_t port)
+ConsoleServer::ConsoleServer(uint32_t port, const char* bind_address)
     : _allocator("console_server", memory_globals::default_allocator()), _lock(4000), _relay_host(nullptr),
-      _port(port), _reconnect_timer(0), _last_update(timer::ticks()), _reconnect_calls(0), _clients(_allocator),
-      _receivers(_allocator) {
+      _port(port), _reconnect_timer(0), _last_update(timer::ticks()), _reconnect_calls(0), _max_clients(MAX_CLIENTS),
+      _max_buffered_input(MAX_BUFFERED_INPUT), _clients(_allocator), _receivers(_allocator) {
+  SocketAddress local(0, port);
+  if (bind_address) {
+    bool found = resolve_address(bind_address, port, local);
+    TW_ASSERT_MSG(found, "Cannot find the address %s to listen on", bind_address);
+  }
   _listener.open(Socket::STREAM);
   _listener.set_blocking(false);
   _listener.set_reuse_address(true);
-  _listener.bind(SocketAddress(0, port));
+  _listener.bind(local);
   _listener.listen(10);
   _port = _listener.local_address().port;
 }
 
 ConsoleServer::ConsoleServer(const char* relay_host, uint32_t port)
     : _allocator("console_server", memory_globals::default_allocator()), _lock(4000), _relay_host(nullptr),
-      _port(port), _reconnect_timer(0), _last_update(timer::ticks()), _reconnect_calls(0), _clients(_allocator),
-      _receivers(_allocator) {
+      _port(port), _reconnect_timer(0), _last_update(timer::ticks()), _reconnect_calls(0), _max_clients(MAX_CLIENTS),
+      _max_buffered_input(MAX_BUFFERED_INPUT), _clients(_allocator), _receivers(_allocator) {
   size_t length = strlen(relay_host);
   _relay_host = static_cast<char*>(_allocator.allocate(uint32_t(length + 1), 1));
   memcpy(_relay_host, relay_host, length + 1);
@@ -98,6 +104,20 @@ uint32_t ConsoleServer::client_count() {
   return _clients.size();
 }
 
+void ConsoleServer::set_limits(const Limits& limits) {
+  ScopedCriticalSection lock(_lock);
+  _max_clients = limits.max_clients ? limits.max_clients : MAX_CLIENTS;
+  _max_buffered_input = limits.max_buffered_input ? limits.max_buffered_input : MAX_BUFFERED_INPUT;
+}
+
+uint32_t ConsoleServer::buffered_input() {
+  ScopedCriticalSection lock(_lock);
+  uint32_t bytes = 0;
+  for (uint32_t i = 0; i < _clients.size(); ++i)
+    bytes += _clients[i]->input.capacity();
+  return bytes;
+}
+
 uint32_t ConsoleServer::pending_output() {
   ScopedCriticalSection lock(_lock);
   uint32_t bytes = 0;
@@ -125,13 +145,45 @@ void ConsoleServer::connect_to_relay_again(double elapsed) {
   socket.close();
 }
 
-void ConsoleServer::read_client(Client& client, Vector<DynamicConfigValue>& messages, Vector<String>& warnings) {
+// The capacity an input buffer grows to for `needed` bytes: the usual rule,
+// but no further than the frame being received needs (its length is known
+// once its header is in).
+static uint32_t input_capacity_for(const Vector<uint8_t>& input, uint32_t needed) {
+  uint64_t grown = uint64_t(input.capacity()) * 2 + 10;
+  if (input.size() >= 8) {
+    const uint8_t* h = input.data();
+    uint64_t length = (uint64_t(h[4]) << 24) | (uint64_t(h[5]) << 16) | (uint64_t(h[6]) << 8) | h[7];
+    uint64_t frame_end = 8 + length;
+    if (length <= console_frame::MAX_FRAME_LENGTH && frame_end < grown)
+      grown = frame_end;
+  }
+  return grown > needed ? uint32_t(grown) : needed;
+}
+
+void ConsoleServer::read_client(Client& client, Vector<DynamicConfigValue>& messages, Vector<String>& warnings,
+                                uint64_t& input_held) {
   uint32_t total = 0;
   while (total < READ_LIMIT_PER_UPDATE) {
-    uint8_t* at = client.input.make_room(READ_CHUNK);
+    Vector<uint8_t>& input = client.input;
+    uint32_t needed = input.size() + READ_CHUNK;
+    if (needed > input.capacity()) {
+      uint32_t capacity = input_capacity_for(input, needed);
+      if (input_held - input.capacity() + capacity > _max_buffered_input) {
+        char text[160];
+        snprintf(text, sizeof(text),
+                 "its unread input would take the clients' input past %u bytes (it holds %u)",
+                 _max_buffered_input, input.size());
+        add_warning(warnings, text, client.peer);
+        client.dead = true;
+        return;
+      }
+      input_held += capacity - input.capacity();
+      input.set_capacity(capacity);
+    }
+    uint8_t* at = input.make_room(READ_CHUNK);
     int n = client.socket.receive(at, READ_CHUNK);
     if (n > 0) {
-      client.input.set_size(client.input.size() + uint32_t(n));
+      input.set_size(input.size() + uint32_t(n));
       total += uint32_t(n);
       continue;
     }
@@ -143,6 +195,15 @@ void ConsoleServer::read_client(Client& client, Vector<DynamicConfigValue>& mess
   if (!console_frame::cut_messages(client.input, messages, &problem)) {
     add_warning(warnings, problem, client.peer);
     client.dead = true;
+  }
+  // A buffer that grew for a large frame is not kept for the small ones.
+  Vector<uint8_t>& input = client.input;
+  if (input.capacity() > INPUT_KEEP && input.size() < input.capacity() / 4) {
+    uint32_t keep = input.size() + READ_CHUNK > INPUT_KEEP ? input.size() + READ_CHUNK : INPUT_KEEP;
+    if (keep < input.capacity()) {
+      input_held -= input.capacity() - keep;
+      input.set_capacity(keep);
+    }
   }
 }
 
@@ -175,16 +236,30 @@ void ConsoleServer::update() {
       SocketAddress peer;
       Socket accepted = _listener.accept(&peer);
       if (accepted.is_valid()) {
-        accepted.set_blocking(false);
-        add_client(std::move(accepted), peer);
+        if (_clients.size() < _max_clients) {
+          accepted.set_blocking(false);
+          add_client(std::move(accepted), peer);
+        } else {
+          // Taken from the queue and closed, so that it doesn't wait there.
+          char address[32];
+          peer.to_text(address, sizeof(address));
+          String& w = warnings.push_back_default();
+          w = "Refusing console client ";
+          w.append(address);
+          w.append(": the server already has its most clients");
+          accepted.close();
+        }
       }
     } else if (_clients.empty()) {
       connect_to_relay_again(elapsed);
     }
 
+    uint64_t input_held = 0;
+    for (uint32_t i = 0; i < _clients.size(); ++i)
+      input_held += _clients[i]->input.capacity();
     for (uint32_t i = 0; i < _clients.size(); ++i)
       if (!_clients[i]->dead)
-        read_client(*_clients[i], messages, warnings);
+        read_client(*_clients[i], messages, warnings, input_held);
     for (uint32_t i = 0; i < _clients.size(); ++i)
       if (!_clients[i]->dead && !_clients[i]->overflowed)
         write_client(*_clients[i]);

@@ -13,9 +13,20 @@
 // message that is not JSON drops that client with a warning. A full output
 // buffer (131,072 bytes) is written out to the socket on the spot, without
 // waiting; a client whose socket and buffer are both full does not read
-// what it is sent and is dropped too. send() never blocks. update(), send() and the receiver
-// table share one lock, so any thread may send (and log) while another
-// updates.
+// what it is sent and is dropped too. send() never blocks. update(), send()
+// and the receiver table share one lock, so any thread may send (and log)
+// while another updates.
+//
+// Nor can clients together exhaust the process: at most MAX_CLIENTS are
+// connected at once (a further one is accepted and closed at once, with a
+// warning), the input buffers of all clients together hold at most
+// MAX_BUFFERED_INPUT bytes (the client whose read would pass it is dropped:
+// room for one frame of the largest size and some more), an input buffer
+// grows no further than the frame it is receiving needs, and a buffer that
+// grew for a large frame is given back once that frame is cut out.
+//
+// The listening server binds to every local address, as the protocol has
+// it, unless a bind address is given: "127.0.0.1" keeps it to this machine.
 //
 // Made the log console with set_log_console, the server also gets every log
 // line as {type = "message", level, system, message}, and a crash waits for
@@ -36,10 +47,21 @@ class ConsoleServer {
 public:
   typedef void (*Receiver)(void* user, const DynamicConfigValue& message);
   static constexpr uint32_t OUTPUT_BUFFER_SIZE = 131072;
+  static constexpr uint32_t MAX_CLIENTS = 32;
+  static constexpr uint32_t MAX_BUFFERED_INPUT = 72u * 1024u * 1024u;
+  // An input buffer above this size is shrunk back once its frame is cut.
+  static constexpr uint32_t INPUT_KEEP = 64u * 1024u;
 
-  // Listens on `port` on every local address (0 picks a free port; port()
-  // tells which).
-  explicit ConsoleServer(uint32_t port);
+  // The bounds on what clients may take; a 0 keeps the default above.
+  struct Limits {
+    uint32_t max_clients = 0;
+    uint32_t max_buffered_input = 0;
+  };
+
+  // Listens on `port` (0 picks a free port; port() tells which) on every
+  // local address, or only on `bind_address` (a numeric IPv4 address or a
+  // host name) when one is given.
+  explicit ConsoleServer(uint32_t port, const char* bind_address = nullptr);
   // Connects to the relay at `relay_host`:`port`, waiting until it accepts.
   ConsoleServer(const char* relay_host, uint32_t port);
   ~ConsoleServer();
@@ -63,6 +85,9 @@ public:
   uint32_t client_count();
   // Bytes queued for the clients and not written to their sockets yet.
   uint32_t pending_output();
+  // Bytes the clients' input buffers hold (their capacity).
+  uint32_t buffered_input();
+  void set_limits(const Limits& limits);
   bool is_relay() const { return _relay_host != nullptr; }
   uint32_t port() const { return _port; }
   // Relay mode: connect calls made to get back to a lost relay.
@@ -77,7 +102,8 @@ private:
 
   void add_client(Socket&& socket, const SocketAddress& peer);
   void connect_to_relay_again(double elapsed);
-  void read_client(Client& client, Vector<DynamicConfigValue>& messages, Vector<String>& warnings);
+  void read_client(Client& client, Vector<DynamicConfigValue>& messages, Vector<String>& warnings,
+                   uint64_t& input_held);
   void write_client(Client& client);
 
   TraceAllocator _allocator;
@@ -89,6 +115,8 @@ private:
   double _reconnect_timer;
   uint64_t _last_update;
   uint32_t _reconnect_calls;
+  uint32_t _max_clients;
+  uint32_t _max_buffered_input;
   Vector<Client*> _clients;
   SortMap<IdString64, ReceiverEntry> _receivers;
 };

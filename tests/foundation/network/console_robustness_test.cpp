@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace foundation;
@@ -126,10 +127,24 @@ TEST_F(Robustness, AClientThatNeverReadsIsDroppedWhileOthersAreServed) {
   expect_good_client_served();
 }
 
-TEST_F(Robustness, SixtyFourClientsAtOnce) {
-  std::vector<TestClient> clients(64);
-  ASSERT_TRUE(test::connect_clients(*server, clients.data(), 64));
-  EXPECT_EQ(66u, server->client_count());
+TEST_F(Robustness, ClientsBeyondTheMostAreRefused) {
+  const uint32_t room = ConsoleServer::MAX_CLIENTS - 2;
+  std::vector<TestClient> clients(room);
+  ASSERT_TRUE(test::connect_clients(*server, clients.data(), room));
+  EXPECT_EQ(ConsoleServer::MAX_CLIENTS, server->client_count());
+  // Idle connections beyond the most are taken and closed, one by one.
+  std::vector<TestClient> extra(8);
+  ::testing::internal::CaptureStdout();
+  for (TestClient& e : extra) {
+    ASSERT_TRUE(e.connect(server->port()));
+    EXPECT_TRUE(test::pump(*server, [&] {
+      e.poll();
+      return e.closed;
+    })) << "a client beyond the most is closed";
+  }
+  std::string log = ::testing::internal::GetCapturedStdout();
+  EXPECT_NE(std::string::npos, log.find("the server already has its most clients")) << log;
+  EXPECT_EQ(ConsoleServer::MAX_CLIENTS, server->client_count());
   server->send(test::message_object("hello", "everyone"));
   EXPECT_TRUE(test::pump(*server, [&] {
     for (TestClient& c : clients) {
@@ -139,6 +154,61 @@ TEST_F(Robustness, SixtyFourClientsAtOnce) {
     }
     return true;
   }));
+  expect_good_client_served();
+}
+
+// Clients that announce large frames and send them slowly: together they
+// may hold no more input than the limit; the one whose read would pass it
+// is dropped, and the others are served.
+TEST_F(Robustness, LargeFramesFromManyClientsAreBoundedInMemory) {
+  ConsoleServer::Limits limits;
+  limits.max_buffered_input = 1u << 20;
+  server->set_limits(limits);
+  std::vector<TestClient> hogs(4);
+  ASSERT_TRUE(test::connect_clients(*server, hogs.data(), 4));
+  // Each announces a 16 MiB frame and sends 400 KiB of it.
+  std::vector<uint8_t> start(400 * 1024, 'x');
+  const uint32_t length = 16u << 20;
+  start[0] = start[1] = start[2] = start[3] = 0;
+  start[4] = uint8_t(length >> 24);
+  start[5] = uint8_t(length >> 16);
+  start[6] = uint8_t(length >> 8);
+  start[7] = uint8_t(length);
+  ::testing::internal::CaptureStdout();
+  uint32_t most = 0;
+  for (TestClient& h : hogs) {
+    ASSERT_TRUE(h.send_raw(start.data(), uint32_t(start.size())));
+    for (int i = 0; i < 50; ++i) {
+      server->update();
+      uint32_t held = server->buffered_input();
+      most = held > most ? held : most;
+    }
+  }
+  bool dropped = test::pump(*server, [&] { return server->client_count() < 6; });
+  std::string log = ::testing::internal::GetCapturedStdout();
+  EXPECT_TRUE(dropped);
+  EXPECT_LE(most, limits.max_buffered_input) << "never more than the limit";
+  EXPECT_NE(std::string::npos, log.find("would take the clients' input past 1048576 bytes")) << log;
+  expect_good_client_served();
+}
+
+// A large frame is received whole, and its buffer is given back after.
+TEST_F(Robustness, AnInputBufferShrinksAfterALargeFrame) {
+  struct Received {
+    uint32_t bytes = 0;
+    static void receive(void* user, const DynamicConfigValue& m) {
+      static_cast<Received*>(user)->bytes = m.get("binary-data").to_data().size();
+    }
+  } received;
+  server->add_receiver("big", Received::receive, &received);
+  std::vector<char> payload(3u << 20, 'p');
+  // Sent from another thread while this one keeps the server reading.
+  bool sent = false;
+  std::thread sender([&] { sent = bad.send_json("{\"type\":\"big\"}", payload.data(), uint32_t(payload.size())); });
+  EXPECT_TRUE(test::pump(*server, [&] { return received.bytes == payload.size(); }, 20.0));
+  sender.join();
+  EXPECT_TRUE(sent);
+  EXPECT_LE(server->buffered_input(), 2 * ConsoleServer::INPUT_KEEP) << "both clients' buffers back to small";
   expect_good_client_served();
 }
 
