@@ -95,7 +95,7 @@ bool should_export_node(ExporterContext& context, const MDagPath& path) {
   if (context.settings->selected && !context.selection->hasItem(path, MObject::kNullObj))
     return false;
   bool visible = true;
-  node.findPlug("visibility").getValue(visible);
+  node.findPlug("visibility", true).getValue(visible);
   return visible || context.settings->export_hidden;
 }
 

@@ -13,9 +13,8 @@
 #include <maya/MObject.h>
 #include <maya/MString.h>
 #include <maya/MStringArray.h>
-
-class MDagPath;
-class MFnMesh;
+#include <maya/MDagPath.h>
+#include <maya/MFnMesh.h>
 
 namespace twi {
 

@@ -9,6 +9,7 @@
 #include <maya/MFloatArray.h>
 #include <maya/MFloatVectorArray.h>
 #include <maya/MFn.h>
+#include <maya/MFnDagNode.h>
 #include <maya/MFnMesh.h>
 #include <maya/MFnSkinCluster.h>
 #include <maya/MItDependencyNodes.h>
@@ -124,9 +125,42 @@ bool capture_streams(ExporterContext& context, MFnMesh& mesh, MeshCapture& captu
   return true;
 }
 
+// Extends a transform's path to the mesh shape below it that is not an
+// intermediate object (a skinned mesh's ...Orig input shape is one): the
+// path Maya's mesh function sets, iterators, shading and skin weights mean.
+bool extend_to_mesh_shape(const MDagPath& transform, MDagPath& shape) {
+  unsigned count = transform.childCount();
+  for (unsigned i = 0; i < count; ++i) {
+    MObject child = transform.child(i);
+    if (!child.hasFn(MFn::kMesh))
+      continue;
+    MStatus status;
+    MFnDagNode node(child, &status);
+    if (!status || node.isIntermediateObject())
+      continue;
+    shape = transform;
+    return shape.push(child) == MS::kSuccess;
+  }
+  return false;
+}
+
 bool export_mesh(ExporterContext& context, SceneDatabase& database, const char* name, const MDagPath& path) {
   Allocator& allocator = *context.allocator;
-  MFnMesh mesh(path);
+  MDagPath shape_path;
+  if (!extend_to_mesh_shape(path, shape_path)) {
+    append_log(context, "Failed finding a mesh shape below ");
+    append_log(context, name);
+    append_log(context, " that is not an intermediate object.\n");
+    return false;
+  }
+  MStatus status;
+  MFnMesh mesh(shape_path, &status);
+  if (!status) {
+    append_log(context, "Failed attaching MFnMesh to ");
+    append_log(context, shape_path.fullPathName().asUTF8());
+    append_log(context, ".\n");
+    return false;
+  }
   MeshCapture capture(allocator);
   // A skinned mesh is read from the geometry that enters its skin cluster.
   capture.skinned = find_skin_cluster(mesh.object(), capture.skin_cluster, capture.input_shape);
@@ -143,11 +177,11 @@ bool export_mesh(ExporterContext& context, SceneDatabase& database, const char* 
   // Scratch for the topology: given back in one piece when the mesh is done.
   ScopedTempAllocator scratch;
   PolygonTriangles triangles(scratch);
-  if (!capture_topology(context, path, capture, triangles))
+  if (!capture_topology(context, shape_path, capture, triangles))
     return false;
-  if (!capture_materials(context, path, mesh, capture, triangles))
+  if (!capture_materials(context, shape_path, mesh, capture, triangles))
     return false;
-  if (capture.skinned && !export_skin(context, database, name, capture.geometry, path, capture.skin_cluster,
+  if (capture.skinned && !export_skin(context, database, name, capture.geometry, shape_path, capture.skin_cluster,
                                       capture.input_shape)) {
     append_log(context, "Failed exporting skin\n");
     return false;

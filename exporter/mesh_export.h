@@ -14,8 +14,7 @@
 #pragma once
 
 #include "exporter/exporter_context.h"
-
-class MDagPath;
+#include <maya/MDagPath.h>
 
 namespace twi {
 

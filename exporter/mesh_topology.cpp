@@ -69,7 +69,12 @@ bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCaptur
 
   // A mesh of valid polygons has face-vertices - 2 * polygons triangles:
   // the lists are sized for that once instead of growing.
-  MFnMesh shape(path);
+  MStatus status;
+  MFnMesh shape(path, &status);
+  if (!status) {
+    append_log(context, "Failed attaching MFnMesh to the shape for its topology\n");
+    return false;
+  }
   int polygons = shape.numPolygons();
   int expected = shape.numFaceVertices() - 2 * polygons;
   if (polygons > 0 && expected > 0) {
@@ -83,7 +88,11 @@ bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCaptur
   MIntArray vertices, corner_ids;
   MPointArray points;
   triangles.first.push_back(0);
-  MItMeshPolygon it(path, MObject::kNullObj);
+  MItMeshPolygon it(path, MObject::kNullObj, &status);
+  if (!status) {
+    append_log(context, "Failed iterating the polygons of the shape\n");
+    return false;
+  }
   for (; !it.isDone(); it.next()) {
     if (!it.hasValidTriangulation()) {
       append_log(context, "Polygon does not have valid triangulation!\n");
@@ -138,11 +147,11 @@ bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCaptur
       for (unsigned k = 0; k < capture.uv_sets.length(); ++k) {
         const MString& set = capture.uv_sets[k];
         for (int c = 0; c < 3; ++c) {
-          MStatus status = it.getUVIndex(local[c], triple[c], &set);
-          if (status == MS::kInvalidParameter) {
+          MStatus uv_status = it.getUVIndex(local[c], triple[c], &set);
+          if (uv_status == MS::kInvalidParameter) {
             lacking_uv = true;
             triple[c] = 0;
-          } else if (!status) {
+          } else if (!uv_status) {
             append_log(context, "polygon.getUVIndex() Failed for uv-set: ");
             append_log(context, set.asUTF8());
             append_log(context, "!\n");
@@ -171,14 +180,18 @@ bool capture_topology(ExporterContext& context, const MDagPath& path, MeshCaptur
 
 bool capture_materials(ExporterContext& context, const MDagPath& path, MFnMesh& mesh, MeshCapture& capture,
                        const PolygonTriangles& triangles) {
-  unsigned instance = path.instanceNumber();
+  MStatus status;
+  // The shape's instance: an instanced shape has its own shading per path.
+  unsigned instance = path.instanceNumber(&status);
   MObjectArray groups;
   MIntArray polygon_groups;
-  MStatus status;
-  if (capture.skinned) {
+  if (!status) {
+    // Reported as a failed shading query below.
+  } else if (capture.skinned) {
     // The retargeted set reads the input shape; shading belongs to the shape in the DAG.
-    MFnMesh shape(path);
-    status = shape.getConnectedShaders(instance, groups, polygon_groups);
+    MFnMesh shape(path, &status);
+    if (status)
+      status = shape.getConnectedShaders(instance, groups, polygon_groups);
   } else {
     status = mesh.getConnectedShaders(instance, groups, polygon_groups);
   }
@@ -204,7 +217,7 @@ bool capture_materials(ExporterContext& context, const MDagPath& path, MFnMesh& 
       group_triangles[uint32_t(polygon_groups[p])] += triangles.first[p + 1] - triangles.first[p];
   for (unsigned g = 0; g < groups.length(); ++g) {
     MFnDependencyNode group(groups[g]);
-    MPlug shader = group.findPlug("surfaceShader", &status);
+    MPlug shader = group.findPlug("surfaceShader", true, &status);
     if (!status) {
       append_log(context, "Failed retrieving surface shader\n");
       return false;

@@ -56,13 +56,13 @@ bool export_skin(ExporterContext& context, SceneDatabase& database, const char* 
   }
 
   SceneSkin& entry = database.skins.get_or_insert(name);
-  MPlug geom_matrix = skin.findPlug("geomMatrix", &status);
+  MPlug geom_matrix = skin.findPlug("geomMatrix", true, &status);
   if (!status) {
     append_log(context, "Failed looking up geomMatrix plug from skin cluster\n");
     return false;
   }
   read_matrix(geom_matrix, context.unit_scale, entry.bind_matrix);
-  MPlug bind_pre_matrix = skin.findPlug("bindPreMatrix", &status);
+  MPlug bind_pre_matrix = skin.findPlug("bindPreMatrix", true, &status);
   if (!status) {
     append_log(context, "Failed looking up bindPreMatrix plug\n");
     return false;
@@ -92,7 +92,13 @@ bool export_skin(ExporterContext& context, SceneDatabase& database, const char* 
   for (MItGeometry it(input); !it.isDone(); it.next(), ++v) {
     MDoubleArray weights;
     unsigned count = 0;
-    skin.getWeights(path, it.component(), weights, count);
+    // The weights are asked of the deformed shape's path, as Maya wants.
+    if (!skin.getWeights(path, it.currentItem(), weights, count)) {
+      append_log(context, "Failed getting the skin cluster's weights for ");
+      append_log(context, path.fullPathName().asUTF8());
+      append_log(context, "\n");
+      return false;
+    }
     if (v >= vertex_count)
       continue; // more points than positions: nothing to write them to
     KeptWeights& k = kept[v];

@@ -14,9 +14,8 @@
 #pragma once
 
 #include "exporter/exporter_context.h"
-
-class MDagPath;
-class MObject;
+#include <maya/MDagPath.h>
+#include <maya/MObject.h>
 
 namespace twi {
 

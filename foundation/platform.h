@@ -63,3 +63,11 @@
 #else
   #define TW_PLATFORM_NAME "linux"
 #endif
+
+// What separates the folders of a search-path variable (PATH,
+// MAYA_SCRIPT_PATH): ';' on Windows, ':' elsewhere.
+#if TW_WINDOWS
+  #define TW_PATH_LIST_SEPARATOR ';'
+#else
+  #define TW_PATH_LIST_SEPARATOR ':'
+#endif

@@ -43,6 +43,25 @@ OPENMAYA_EXPORT MObject joint(const std::string& name, const MObject& parent = M
 // Adds `new_parent` as a further parent of `node` (an instance).
 OPENMAYA_EXPORT void instance(const MObject& node, const MObject& new_parent);
 
+// The rest of a transform's attributes (Maya's defaults until set): the
+// rotate order, pivots and their translations, shear (xy, xz, yz), the
+// rotate axis, and for joints the joint orient and segment scale
+// compensation (on by default; a joint made under a joint takes its
+// parent's scale as inverse scale, as Maya connects them).
+enum class RotateOrder { XYZ = 0, YZX = 1, ZXY = 2, XZY = 3, YXZ = 4, ZYX = 5 };
+struct Pivots {
+  Vec3 rotate_pivot{0, 0, 0};
+  Vec3 rotate_pivot_translate{0, 0, 0};
+  Vec3 scale_pivot{0, 0, 0};
+  Vec3 scale_pivot_translate{0, 0, 0};
+};
+OPENMAYA_EXPORT void set_rotate_order(const MObject& node, RotateOrder order);
+OPENMAYA_EXPORT void set_pivots(const MObject& node, const Pivots& pivots);
+OPENMAYA_EXPORT void set_shear(const MObject& node, Vec3 xy_xz_yz);
+OPENMAYA_EXPORT void set_rotate_axis(const MObject& node, Vec3 degrees);
+OPENMAYA_EXPORT void set_joint_orient(const MObject& node, Vec3 degrees);
+OPENMAYA_EXPORT void set_segment_scale_compensate(const MObject& node, bool compensate);
+
 enum class Normals { Smooth, Hard };
 
 struct UvSetDesc {

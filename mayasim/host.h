@@ -23,8 +23,7 @@
 
 #include <string>
 #include <vector>
-
-class MObject;
+#include <maya/MObject.h>
 
 namespace mayasim {
 

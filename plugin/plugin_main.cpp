@@ -5,14 +5,16 @@
 // Loading starts the memory system before anything else, registers the
 // command twi_export and the translator TarnwickIntermediate, and sources
 // the translator's options script twi_exporter_options.mel from the first
-// place that has it: each folder of MAYA_SCRIPT_PATH (split on ';'), the
-// plug-in's own folder, then MAYA_LOCATION + "/scripts/" and
-// + "/bin/scripts/". Without the script the plug-in says where it looked
+// place that has it: each folder of MAYA_SCRIPT_PATH (split on the
+// platform's separator: ';' on Windows, ':' on Linux and macOS, as Maya
+// itself reads the variable), the plug-in's own folder, then MAYA_LOCATION
+// + "/scripts/" and + "/bin/scripts/". Without the script the plug-in says where it looked
 // (the raw MAYA_SCRIPT_PATH), unloads itself and fails with kNotFound.
 // Unloading deregisters both and shuts the memory system down, which
 // reports any allocator still holding memory.
 #include "foundation/error/error.h"
 #include "foundation/memory/memory_globals.h"
+#include "foundation/platform.h"
 #include "plugin/twi_export_command.h"
 #include "plugin/twi_file_translator.h"
 
@@ -48,7 +50,7 @@ bool source_from(MFileObject& folder_object, const MString& folder, const char* 
 bool source_options_script(MFnPlugin& plugin) {
   MFileObject folder;
   MStringArray script_path;
-  environment("MAYA_SCRIPT_PATH").split(';', script_path);
+  environment("MAYA_SCRIPT_PATH").split(TW_PATH_LIST_SEPARATOR, script_path);
   for (unsigned i = 0; i < script_path.length(); ++i)
     if (source_from(folder, script_path[i], "/"))
       return true;

@@ -51,8 +51,9 @@ void parse_translator_options(const MString& options, ExportSettings& settings) 
 
 MStatus TwiFileTranslator::writer(const MFileObject& file, const MString& optionsString, FileAccessMode mode) {
   Allocator& allocator = memory_globals::default_allocator();
-  // The run's own copy of the path, with its terminating NUL.
-  MString full_name = file.fullName();
+  // The run's own copy of the path, with its terminating NUL. (The path as
+  // Maya resolved it: fullName() is obsolete and an alias of this.)
+  MString full_name = file.expandedFullName();
   const char* text = full_name.asUTF8();
   uint32_t length = uint32_t(strlen(text)) + 1;
   Vector<char> path(allocator);

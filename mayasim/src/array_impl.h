@@ -6,10 +6,10 @@
 
 #include <ostream>
 #include <vector>
+#include <maya/MDagPath.h>
+#include <maya/MObject.h>
+#include <maya/MPlug.h>
 
-class MDagPath;
-class MObject;
-class MPlug;
 void print_element(std::ostream& os, const MDagPath& path);
 void print_element(std::ostream& os, const MObject& object);
 void print_element(std::ostream& os, const MPlug& plug);
@@ -75,6 +75,7 @@ inline std::vector<T>& array_of(void* p) {
   }                                                                                                        \
   void NAME::setSizeIncrement(unsigned int) {}                                                             \
   unsigned int NAME::sizeIncrement() const { return 1; }                                                   \
+  OPENMAYA_MAJOR_NAMESPACE_OPEN                                                                            \
   std::ostream& operator<<(std::ostream& os, const NAME& array) {                                          \
     os << "[";                                                                                             \
     for (unsigned int i = 0; i < array.length(); ++i)                                                      \
@@ -84,6 +85,7 @@ inline std::vector<T>& array_of(void* p) {
     }                                                                                                      \
     return os << "]";                                                                                      \
   }                                                                                                        \
+  OPENMAYA_NAMESPACE_CLOSE                                                                                 \
   MAYASIM_ARRAY_CONST_ACCESS_##CONST_BY_VALUE(NAME, ELEM)                                                  \
   MAYASIM_ARRAY_SOURCE_##HAS_SOURCE_CTOR(NAME, ELEM)
 

@@ -21,6 +21,19 @@ Node* require(const MObject& o, const char* what) {
   return n;
 }
 
+void set_vec(double out[3], Vec3 v, double factor = 1.0) {
+  out[0] = v.x * factor;
+  out[1] = v.y * factor;
+  out[2] = v.z * factor;
+}
+
+Node* require_transform(const MObject& o) {
+  Node* n = require(o, "transform");
+  if (!n->is_transform())
+    throw std::invalid_argument("mayasim builder: " + n->name + " is not a transform");
+  return n;
+}
+
 Node* parent_or_world(const MObject& parent) {
   Node* n = node_of(parent);
   return n ? n : scene().world;
@@ -100,15 +113,9 @@ void new_scene() {
 
 MObject transform(const std::string& name, const MObject& parent, Vec3 t, Vec3 r, Vec3 s) {
   Node* n = scene().create(MFn::kTransform, "transform", name, parent_or_world(parent));
-  n->translate[0] = t.x;
-  n->translate[1] = t.y;
-  n->translate[2] = t.z;
-  n->rotate[0] = r.x * DEGREES;
-  n->rotate[1] = r.y * DEGREES;
-  n->rotate[2] = r.z * DEGREES;
-  n->scale[0] = s.x;
-  n->scale[1] = s.y;
-  n->scale[2] = s.z;
+  set_vec(n->xform.translate, t);
+  set_vec(n->xform.rotate, r, DEGREES);
+  set_vec(n->xform.scale, s);
   return MObject(n);
 }
 
@@ -117,7 +124,37 @@ MObject joint(const std::string& name, const MObject& parent, Vec3 t, Vec3 r) {
   Node* n = node_of(o);
   n->type = MFn::kJoint;
   n->type_name = "joint";
+  // As Maya connects a joint under a joint: parent.scale -> inverseScale.
+  Node* above = n->parents.empty() ? nullptr : n->parents[0];
+  if (above && above->type == MFn::kJoint)
+    n->inverse_scale_source = above;
   return o;
+}
+
+void set_rotate_order(const MObject& node, RotateOrder order) {
+  require_transform(node)->xform.rotate_order = int(order);
+}
+
+void set_pivots(const MObject& node, const Pivots& p) {
+  TransformAttributes& x = require_transform(node)->xform;
+  set_vec(x.rotate_pivot, p.rotate_pivot);
+  set_vec(x.rotate_pivot_translate, p.rotate_pivot_translate);
+  set_vec(x.scale_pivot, p.scale_pivot);
+  set_vec(x.scale_pivot_translate, p.scale_pivot_translate);
+}
+
+void set_shear(const MObject& node, Vec3 xy_xz_yz) { set_vec(require_transform(node)->xform.shear, xy_xz_yz); }
+
+void set_rotate_axis(const MObject& node, Vec3 degrees) {
+  set_vec(require_transform(node)->xform.rotate_axis, degrees, DEGREES);
+}
+
+void set_joint_orient(const MObject& node, Vec3 degrees) {
+  set_vec(require_transform(node)->xform.joint_orient, degrees, DEGREES);
+}
+
+void set_segment_scale_compensate(const MObject& node, bool compensate) {
+  require_transform(node)->xform.segment_scale_compensate = compensate;
 }
 
 void instance(const MObject& node, const MObject& new_parent) {

@@ -52,9 +52,11 @@ void MStatus::perror(const MString& message) const { perror(message.asChar()); }
 void MStatus::set(bool status, unsigned char statusCode, unsigned char) {
   _code = status ? kSuccess : MStatusCode(statusCode);
 }
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 std::ostream& operator<<(std::ostream& os, MStatus& status) { return os << status.errorString(); }
 bool operator==(const MStatus::MStatusCode code, const MStatus& status) { return status == code; }
 bool operator!=(const MStatus::MStatusCode code, const MStatus& status) { return status != code; }
+OPENMAYA_NAMESPACE_CLOSE
 
 // ---------------------------------------------------------------------------
 // MString
@@ -138,8 +140,10 @@ MString MString::operator+(double value) const {
   r += value;
   return r;
 }
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 MString operator+(const char* text, const MString& string) { return MString(text) + string; }
 std::ostream& operator<<(std::ostream& os, const MString& string) { return os << string.asChar(); }
+OPENMAYA_NAMESPACE_CLOSE
 
 MStatus MString::set(const char* text) { return set(text, text ? int(strlen(text)) : 0); }
 MStatus MString::setUTF8(const char* text) { return set(text); }
@@ -367,9 +371,11 @@ bool MPoint::isEquivalent(const MPoint& o, double tolerance) const {
   return fabs(x - o.x) <= tolerance && fabs(y - o.y) <= tolerance && fabs(z - o.z) <= tolerance &&
          fabs(w - o.w) <= tolerance;
 }
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 std::ostream& operator<<(std::ostream& os, const MPoint& p) {
   return os << "[" << p.x << ", " << p.y << ", " << p.z << ", " << p.w << "]";
 }
+OPENMAYA_NAMESPACE_CLOSE
 
 const MFloatVector MFloatVector::zero;
 const MFloatVector MFloatVector::one(1, 1, 1);
@@ -418,9 +424,11 @@ MStatus MFloatVector::normalize() {
 bool MFloatVector::isEquivalent(const MFloatVector& o, float tolerance) const {
   return fabsf(x - o.x) <= tolerance && fabsf(y - o.y) <= tolerance && fabsf(z - o.z) <= tolerance;
 }
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 std::ostream& operator<<(std::ostream& os, const MFloatVector& v) {
   return os << "[" << v.x << ", " << v.y << ", " << v.z << "]";
 }
+OPENMAYA_NAMESPACE_CLOSE
 
 const MColor MColor::kOpaqueBlack(0, 0, 0, 1);
 
@@ -446,9 +454,11 @@ float MColor::operator[](unsigned int i) const { return i == 0 ? r : i == 1 ? g 
 float& MColor::operator[](unsigned int i) { return i == 0 ? r : i == 1 ? g : i == 2 ? b : a; }
 bool MColor::operator==(const MColor& o) const { return r == o.r && g == o.g && b == o.b && a == o.a; }
 bool MColor::operator!=(const MColor& o) const { return !(*this == o); }
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 std::ostream& operator<<(std::ostream& os, const MColor& c) {
   return os << "[" << c.r << ", " << c.g << ", " << c.b << ", " << c.a << "]";
 }
+OPENMAYA_NAMESPACE_CLOSE
 
 // ---------------------------------------------------------------------------
 // MMatrix
@@ -550,7 +560,9 @@ MMatrix MMatrix::operator*(double s) const {
       v *= s;
   return p;
 }
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 MMatrix operator*(double s, const MMatrix& m) { return m * s; }
+OPENMAYA_NAMESPACE_CLOSE
 MMatrix MMatrix::operator+(const MMatrix& o) const {
   MMatrix p;
   for (int r = 0; r < 4; ++r)
@@ -584,6 +596,7 @@ double MMatrix::det4x4() const {
   double c1 = m[2][0] * m[3][2] - m[3][0] * m[2][2], c0 = m[2][0] * m[3][1] - m[3][0] * m[2][1];
   return s0 * c5 - s1 * c4 + s2 * c3 + s3 * c2 - s4 * c1 + s5 * c0;
 }
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 std::ostream& operator<<(std::ostream& os, const MMatrix& m) {
   os << "[";
   for (int r = 0; r < 4; ++r) {
@@ -594,6 +607,7 @@ std::ostream& operator<<(std::ostream& os, const MMatrix& m) {
   }
   return os << "]";
 }
+OPENMAYA_NAMESPACE_CLOSE
 
 // ---------------------------------------------------------------------------
 // MDGContext

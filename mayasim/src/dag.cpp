@@ -184,15 +184,20 @@ MString MDagPath::partialPathName(MStatus* ReturnStatus) const {
   return same == 1 ? MString(p.back()->name.c_str()) : fullPathName();
 }
 unsigned int MDagPath::instanceNumber(MStatus* ReturnStatus) const {
-  set_status(ReturnStatus, MS::kSuccess);
   const Path& p = path_of(_nodes);
-  if (p.empty())
+  if (p.empty()) {
+    set_status(ReturnStatus, MS::kSuccess);
     return 0;
-  Node* parent = p.size() > 1 ? p[p.size() - 2] : scene().world;
-  const std::vector<Node*>& parents = p.back()->parents;
-  for (unsigned i = 0; i < parents.size(); ++i)
-    if (parents[i] == parent)
+  }
+  // The position of this path among all paths to its node: instancing an
+  // ancestor makes instances of everything below it too.
+  std::vector<Path> all = all_paths_to(p.back());
+  for (unsigned i = 0; i < all.size(); ++i)
+    if (all[i] == p) {
+      set_status(ReturnStatus, MS::kSuccess);
       return i;
+    }
+  set_status(ReturnStatus, MS::kInvalidParameter);
   return 0;
 }
 MStatus MDagPath::getAPathTo(const MObject& node, MDagPath& path) {
@@ -213,19 +218,7 @@ MStatus MDagPath::getAllPathsTo(const MObject& node, MDagPathArray& paths) {
   if (!n || !n->dag)
     return MS::kInvalidParameter;
   paths.clear();
-  // Every route up to the world, first parents first.
-  std::vector<Path> routes;
-  std::function<void(Node*, Path)> up = [&](Node* at, Path below) {
-    below.insert(below.begin(), at);
-    if (at->parents.empty() || at->parents[0]->type == MFn::kWorld) {
-      routes.push_back(below);
-      return;
-    }
-    for (Node* p : at->parents)
-      up(p, below);
-  };
-  up(n, Path());
-  for (const Path& r : routes) {
+  for (const Path& r : all_paths_to(n)) {
     MDagPath p;
     path_of(p._nodes) = r;
     paths.append(p);

@@ -168,8 +168,9 @@ MStatus Host::load_plugin(const std::string& path) {
   }
   const char* version = static_cast<const char*>(dlsym(module, "MApiVersion"));
   // C++ linkage, as Maya's samples declare them, or C linkage.
-  void* init = dlsym(module, "_Z16initializePlugin7MObject");
-  void* uninit = dlsym(module, "_Z18uninitializePlugin7MObject");
+  // As Maya looks them up: mangled with the API's namespace, or C linkage.
+  void* init = dlsym(module, "_Z16initializePlugin" MAYASIM_MANGLED_MOBJECT);
+  void* uninit = dlsym(module, "_Z18uninitializePlugin" MAYASIM_MANGLED_MOBJECT);
   if (!init)
     init = dlsym(module, "initializePlugin");
   if (!uninit)

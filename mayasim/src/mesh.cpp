@@ -17,11 +17,10 @@ void set_status(MStatus* status, T code) {
     *status = code;
 }
 
-// The mesh shape a path names: the path's node, or the shape below a transform.
+// The mesh shape a path names: the path's node, or the sole shape below a
+// transform (none when several are there: ambiguous, as in Maya).
 Node* mesh_node_of_path(const Path& p) {
-  Node* n = p.empty() ? nullptr : p.back();
-  if (n && n->is_transform())
-    n = shape_below(n);
+  Node* n = function_set_node(p);
   return n && n->type == MFn::kMesh && n->mesh ? n : nullptr;
 }
 
@@ -393,13 +392,14 @@ MStatus MFnMesh::getConnectedShaders(unsigned int instanceNumber, MObjectArray& 
     return MS::kFailure;
   shaders.clear();
   indices.clear();
-  if (instanceNumber >= m->shading.size())
-    return MS::kSuccess; // an instance without shading has no groups
-  const MeshData::Shading& s = m->shading[instanceNumber];
-  for (Node* g : s.groups)
-    shaders.append(MObject(g));
-  for (int i : s.polygon_groups)
-    indices.append(i);
+  // One entry per polygon, -1 where no shading group holds it; an instance
+  // without shading has no groups and every polygon at -1.
+  const MeshData::Shading* s = instanceNumber < m->shading.size() ? &m->shading[instanceNumber] : nullptr;
+  if (s)
+    for (Node* g : s->groups)
+      shaders.append(MObject(g));
+  for (size_t p = 0; p < m->polygons.size(); ++p)
+    indices.append(s && p < s->polygon_groups.size() ? s->polygon_groups[p] : -1);
   return MS::kSuccess;
 }
 

@@ -81,45 +81,58 @@ bool Node::has_fn(MFn::Type t) const {
   return false;
 }
 
-double Node::channel(const char* base, int axis, double seconds) const {
+double Node::channel(char kind, int axis, double seconds) const {
   static const char* const AXES = "xyz";
-  std::string key = std::string(base) + AXES[axis];
+  char key[3] = {kind, AXES[axis], 0};
   auto it = curves.find(key);
   if (it != curves.end())
     return it->second.evaluate(seconds);
-  switch (base[0]) {
+  switch (kind) {
   case 't':
-    return translate[axis];
+    return xform.translate[axis];
   case 'r':
-    return rotate[axis];
+    return xform.rotate[axis];
   default:
-    return scale[axis];
+    return xform.scale[axis];
   }
 }
 
-MMatrix make_matrix(const double t[3], const double r[3], const double s[3]) {
-  // Row vectors: p' = p * S * Rx * Ry * Rz * T (rotate order xyz).
-  MMatrix S, X, Y, Z, T;
-  S[0][0] = s[0];
-  S[1][1] = s[1];
-  S[2][2] = s[2];
-  double cx = cos(r[0]), sx = sin(r[0]), cy = cos(r[1]), sy = sin(r[1]), cz = cos(r[2]), sz = sin(r[2]);
-  X[1][1] = cx;
-  X[1][2] = sx;
-  X[2][1] = -sx;
-  X[2][2] = cx;
-  Y[0][0] = cy;
-  Y[0][2] = -sy;
-  Y[2][0] = sy;
-  Y[2][2] = cy;
-  Z[0][0] = cz;
-  Z[0][1] = sz;
-  Z[1][0] = -sz;
-  Z[1][1] = cz;
-  T[3][0] = t[0];
-  T[3][1] = t[1];
-  T[3][2] = t[2];
-  return S * X * Y * Z * T;
+namespace {
+
+MMatrix translation(const double t[3], double sign = 1.0) {
+  MMatrix m;
+  m[3][0] = sign * t[0];
+  m[3][1] = sign * t[1];
+  m[3][2] = sign * t[2];
+  return m;
+}
+
+MMatrix scaling(const double s[3]) {
+  MMatrix m;
+  m[0][0] = s[0];
+  m[1][1] = s[1];
+  m[2][2] = s[2];
+  return m;
+}
+
+MMatrix axis_rotation(int axis, double angle) {
+  MMatrix m;
+  double c = cos(angle), s = sin(angle);
+  int a = (axis + 1) % 3, b = (axis + 2) % 3;
+  // Row vectors: p' = p * M rotates counter-clockwise about the axis.
+  m[a][a] = c;
+  m[a][b] = s;
+  m[b][a] = -s;
+  m[b][b] = c;
+  return m;
+}
+
+} // namespace
+
+MMatrix rotation_matrix(const double angles[3], int order) {
+  static const int ORDERS[6][3] = {{0, 1, 2}, {1, 2, 0}, {2, 0, 1}, {0, 2, 1}, {1, 0, 2}, {2, 1, 0}};
+  const int* o = ORDERS[order >= 0 && order < 6 ? order : 0];
+  return axis_rotation(o[0], angles[o[0]]) * axis_rotation(o[1], angles[o[1]]) * axis_rotation(o[2], angles[o[2]]);
 }
 
 MMatrix Node::local_matrix(double seconds) const {
@@ -127,11 +140,30 @@ MMatrix Node::local_matrix(double seconds) const {
     return MMatrix();
   double t[3], r[3], s[3];
   for (int a = 0; a < 3; ++a) {
-    t[a] = channel("t", a, seconds);
-    r[a] = channel("r", a, seconds);
-    s[a] = channel("s", a, seconds);
+    t[a] = channel('t', a, seconds);
+    r[a] = channel('r', a, seconds);
+    s[a] = channel('s', a, seconds);
   }
-  return make_matrix(t, r, s);
+  const TransformAttributes& x = xform;
+  if (type == MFn::kJoint) {
+    MMatrix inverse_scale;
+    if (x.segment_scale_compensate && inverse_scale_source) {
+      for (int a = 0; a < 3; ++a) {
+        double ps = inverse_scale_source->channel('s', a, seconds);
+        inverse_scale[a][a] = ps != 0.0 ? 1.0 / ps : 1.0;
+      }
+    }
+    return scaling(s) * rotation_matrix(x.rotate_axis, 0) * rotation_matrix(r, x.rotate_order) *
+           rotation_matrix(x.joint_orient, 0) * inverse_scale * translation(t);
+  }
+  MMatrix shear;
+  shear[1][0] = x.shear[0];
+  shear[2][0] = x.shear[1];
+  shear[2][1] = x.shear[2];
+  return translation(x.scale_pivot, -1.0) * scaling(s) * shear * translation(x.scale_pivot) *
+         translation(x.scale_pivot_translate) * translation(x.rotate_pivot, -1.0) * rotation_matrix(x.rotate_axis, 0) *
+         rotation_matrix(r, x.rotate_order) * translation(x.rotate_pivot) * translation(x.rotate_pivot_translate) *
+         translation(t);
 }
 
 Scene::~Scene() {
@@ -275,6 +307,40 @@ Node* shape_below(Node* transform) {
     if (!c->is_transform() && !c->is_intermediate)
       return c;
   return nullptr;
+}
+
+Node* sole_shape_below(Node* transform) {
+  Node* found = nullptr;
+  for (Node* c : transform->children) {
+    if (c->is_transform() || c->is_intermediate)
+      continue;
+    if (found)
+      return nullptr;
+    found = c;
+  }
+  return found;
+}
+
+Node* function_set_node(const Path& path) {
+  Node* n = path.empty() ? nullptr : path.back();
+  if (n && n->is_transform())
+    return sole_shape_below(n);
+  return n;
+}
+
+std::vector<Path> all_paths_to(Node* node) {
+  std::vector<Path> out;
+  if (!node || node->type == MFn::kWorld)
+    return {Path()};
+  for (Node* parent : node->parents) {
+    for (Path p : all_paths_to(parent)) {
+      p.push_back(node);
+      out.push_back(p);
+    }
+  }
+  if (node->parents.empty())
+    out.push_back(Path{node});
+  return out;
 }
 
 bool path_has_fn(const Path& path, MFn::Type type) {

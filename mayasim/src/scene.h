@@ -92,6 +92,34 @@ struct SkinData {
   std::vector<std::vector<double>> weights; // per vertex, per influence (in influence order)
 };
 
+// What makes a transform's (or joint's) local matrix, in the API's units:
+// lengths in the internal unit, angles in radians. Maya composes a
+// transform's matrix, for row vectors, as
+//   Sp^-1 S Sh Sp St Rp^-1 Ra R Rp Rt T
+// and a joint's as
+//   S Ra R Jo Is T
+// where R follows the rotate order, Ra (rotate axis) and Jo (joint orient)
+// rotate in xyz order, and Is scales by the inverse of the parent's scale
+// when the joint compensates segment scale.
+struct TransformAttributes {
+  double translate[3] = {0, 0, 0};
+  double rotate[3] = {0, 0, 0};
+  double scale[3] = {1, 1, 1};
+  double shear[3] = {0, 0, 0}; // xy, xz, yz
+  int rotate_order = 0;        // 0 xyz, 1 yzx, 2 zxy, 3 xzy, 4 yxz, 5 zyx
+  double rotate_pivot[3] = {0, 0, 0};
+  double rotate_pivot_translate[3] = {0, 0, 0};
+  double scale_pivot[3] = {0, 0, 0};
+  double scale_pivot_translate[3] = {0, 0, 0};
+  double rotate_axis[3] = {0, 0, 0};
+  double joint_orient[3] = {0, 0, 0};
+  bool segment_scale_compensate = true;
+};
+
+// A rotation matrix for row vectors: angles in radians, applied in `order`
+// (0 xyz: first about x, then y, then z ... 5 zyx).
+MMatrix rotation_matrix(const double angles[3], int order);
+
 struct Node : ApiObject {
   MFn::Type type = MFn::kInvalid;
   std::string type_name;
@@ -103,12 +131,13 @@ struct Node : ApiObject {
   std::vector<Node*> parents;
   std::vector<Node*> children;
 
-  // Transform channels: translate (internal length unit), rotate (radians,
-  // order xyz), scale; keys override the static values.
-  double translate[3] = {0, 0, 0};
-  double rotate[3] = {0, 0, 0};
-  double scale[3] = {1, 1, 1};
-  std::map<std::string, AnimationCurve> curves; // "tx" .. "sz"
+  // The transform's attributes; animation curves on "tx" .. "sz" override
+  // the static translate, rotate and scale values.
+  TransformAttributes xform;
+  std::map<std::string, AnimationCurve> curves;
+  // A joint's inverse scale comes from this node's scale (its parent joint,
+  // as Maya connects parent.s -> joint.is); null: no inverse scale.
+  Node* inverse_scale_source = nullptr;
 
   std::map<std::string, bool> bools;
   std::map<std::string, std::map<int, MMatrix>> matrices; // by logical index; -1 for a plain attribute
@@ -120,7 +149,8 @@ struct Node : ApiObject {
   bool has_fn(MFn::Type t) const override;
   bool is_transform() const { return type == MFn::kTransform || type == MFn::kJoint; }
   MMatrix local_matrix(double seconds) const;
-  double channel(const char* name, int axis, double seconds) const;
+  // Translate, rotate or scale ('t', 'r', 's') on an axis at a time.
+  double channel(char kind, int axis, double seconds) const;
 };
 
 struct Component : ApiObject {
@@ -201,16 +231,27 @@ double centimetres_per(MDistance::Unit unit);
 // Path helpers.
 Path& path_of(void* internal);
 Node* node_of(const MObject& object);
-// The shape a function set on a transform path works on: the first child
-// that is not a transform and not an intermediate object.
+// The first child of a transform that is not a transform and not an
+// intermediate object (the builder's notion of "the shape").
 Node* shape_below(Node* transform);
+// The shape a function set or iterator given a transform's path works on,
+// as Maya resolves it: the one shape below that is not an intermediate
+// object. Null when there is none, or more than one (ambiguous: Maya
+// refuses such a path).
+Node* sole_shape_below(Node* transform);
+// The node a function set given `path` works on: the path's node, or for a
+// transform the sole shape below it.
+Node* function_set_node(const Path& path);
+// Every path from the world to `node`, in Maya's instance order: the node's
+// parents in order, each with its own paths in turn. A path's instance
+// number is its position here.
+std::vector<Path> all_paths_to(Node* node);
 // Whether the path's node (or, for a transform, a shape directly below it)
 // is compatible with `type`.
 bool path_has_fn(const Path& path, MFn::Type type);
 std::string full_path_name(const Path& path);
 Path first_path_to(Node* node);
 
-MMatrix make_matrix(const double translate[3], const double rotate[3], const double scale[3]);
 
 // Triangles of polygon `face` as object-relative vertex ids (three per
 // triangle); false when the polygon has no valid triangulation.

@@ -389,11 +389,13 @@ namespace {
 // The vertices a weights query names: the component's indices, or every
 // vertex for a null component. Null when the path's shape is not deformed
 // by this skin cluster.
+// Maya asks for the deformed shape's own path: a transform's path, or a
+// shape this skin cluster does not deform, is refused.
 bool weight_vertices(const SkinData* s, const MDagPath& path, const MObject& components, std::vector<int>& out) {
   const Path& p = path_of(path.internal());
   Node* shape = p.empty() ? nullptr : p.back();
-  if (shape && shape->is_transform())
-    shape = shape_below(shape);
+  if (!shape || shape->is_transform())
+    return false;
   bool ours = false;
   for (const SkinData::Geometry& g : s->geometries)
     ours = ours || g.output_shape == shape;
@@ -418,8 +420,10 @@ MStatus MFnSkinCluster::getWeights(const MDagPath& path, const MObject& componen
                                    unsigned int& influenceCount) const {
   SkinData* s = skin_of(_object);
   std::vector<int> vertices;
-  if (!s || !weight_vertices(s, path, components, vertices))
+  if (!s)
     return MS::kFailure;
+  if (!weight_vertices(s, path, components, vertices))
+    return MS::kInvalidParameter;
   weights.clear();
   influenceCount = unsigned(s->influences.size());
   for (int v : vertices)
@@ -431,8 +435,10 @@ MStatus MFnSkinCluster::getWeights(const MDagPath& path, const MObject& componen
                                    MDoubleArray& weights) const {
   SkinData* s = skin_of(_object);
   std::vector<int> vertices;
-  if (!s || influenceIndex >= s->influences.size() || !weight_vertices(s, path, components, vertices))
+  if (!s)
     return MS::kFailure;
+  if (influenceIndex >= s->influences.size() || !weight_vertices(s, path, components, vertices))
+    return MS::kInvalidParameter;
   weights.clear();
   for (int v : vertices)
     weights.append(influenceIndex < s->weights[size_t(v)].size() ? s->weights[size_t(v)][influenceIndex] : 0.0);
@@ -453,7 +459,7 @@ GeometryWalk& gwalk(void* p) { return *static_cast<GeometryWalk*>(p); }
 MStatus start_geometry(void* state, Node* shape, const MObject* component) {
   GeometryWalk& w = gwalk(state);
   if (shape && shape->is_transform())
-    shape = shape_below(shape);
+    shape = sole_shape_below(shape);
   if (!shape || !shape->mesh)
     return MS::kInvalidParameter;
   w.shape = shape;

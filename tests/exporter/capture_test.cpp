@@ -1,6 +1,7 @@
 // The scene capture called directly (linked in, not through the module), to
 // see what a failed mesh or skin leaves in the database: no geometry, and
 // the skin entry as far as it was filled.
+#include "../mayasim/api_helpers.h"
 #include "exporter/export_driver.h"
 #include "exporter/exporter_context.h"
 #include "exporter/mesh_export.h"
@@ -28,7 +29,7 @@ struct Capture {
   twi::SceneDatabase database{default_allocator()};
 
   bool export_mesh(const char* name) {
-    return twi::export_mesh(context, database, name, MDagPath::getAPathTo(find(name)));
+    return twi::export_mesh(context, database, name, path_to(find(name)));
   }
   std::string log() { return twi::log_text(context); }
 };

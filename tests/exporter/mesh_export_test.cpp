@@ -1,6 +1,7 @@
 // Meshes, materials and skins exported through the plug-in module and read
 // back: streams and their order, index lists, the slot rule, material
 // groups, failures with their messages, and skins.
+#include "../mayasim/api_helpers.h"
 #include "plugin/plugin_fixture.h"
 
 #include <maya/MDagPath.h>
@@ -63,7 +64,7 @@ TEST_F(MeshExport, AQuadGivesTwoTrianglesInMayasOrder) {
   mesh(t, "quadShape", quad_mesh());
   // Maya's own triangulation of the face, as the exporter must copy it.
   std::vector<uint32_t> expected;
-  for (MItMeshPolygon it(MDagPath::getAPathTo(t)); !it.isDone(); it.next()) {
+  for (MItMeshPolygon it(path_to(t)); !it.isDone(); it.next()) {
     MPointArray points;
     MIntArray ids;
     it.getTriangles(points, ids);
@@ -283,7 +284,16 @@ TEST_F(MeshExport, BrokenShadingAndTriangulationDropTheMesh) {
 
   new_scene();
   set_playback_range(1, 1);
+  // As in Maya, a mesh without shading has one entry per polygon, all -1:
+  // it exports with no material groups. Only a mesh without polygons has an
+  // empty per-polygon list.
   remove_shading(mesh(transform("bare"), "bareShape", quad_mesh()));
+  EXPECT_EQ(0u, exported().geometries.find("bare").value().materials.size());
+  new_scene();
+  set_playback_range(1, 1);
+  MeshDesc points_only = quad_mesh();
+  points_only.polygons.clear();
+  mesh(transform("cloud"), "cloudShape", points_only);
   EXPECT_EQ("No materials assigned to mesh\nFailed exporting node.\n", failed_export());
 
   new_scene();

@@ -1,6 +1,7 @@
 // The stand-in's scene as the exporter walks it: DAG order and filters,
 // instancing, default nodes, function sets on transform paths, animated
 // transforms over time, units, selection and the scene file.
+#include "api_helpers.h"
 #include <maya/MAnimControl.h>
 #include <maya/MDagPath.h>
 #include <maya/MDagPathArray.h>
@@ -130,14 +131,14 @@ TEST(MayasimDag, DefaultCamerasAreDefaultNodesAndUserNodesAreNot) {
 
 TEST(MayasimDag, HasFnOnATransformPathAnswersForTheShapeDirectlyBelow) {
   build_tree();
-  MDagPath b = MDagPath::getAPathTo(find("b"));
-  MDagPath a = MDagPath::getAPathTo(find("a"));
+  MDagPath b = path_to(find("b"));
+  MDagPath a = path_to(find("a"));
   EXPECT_TRUE(b.hasFn(MFn::kTransform));
   EXPECT_TRUE(b.hasFn(MFn::kMesh));
   EXPECT_EQ(MFn::kTransform, b.apiType());
   EXPECT_FALSE(a.hasFn(MFn::kMesh)) << "a mesh two levels down does not count";
-  EXPECT_FALSE(MDagPath::getAPathTo(find("c")).hasFn(MFn::kMesh));
-  EXPECT_TRUE(MDagPath::getAPathTo(find("c")).hasFn(MFn::kTransform));
+  EXPECT_FALSE(path_to(find("c")).hasFn(MFn::kMesh));
+  EXPECT_TRUE(path_to(find("c")).hasFn(MFn::kTransform));
 
   // A function set made on the transform's path works on its shape.
   MStatus status;
@@ -155,7 +156,7 @@ TEST(MayasimDag, FunctionSetsOnATransformSkipIntermediateShapes) {
   MObject orig = mesh(t, "tShapeOrig", cube(1));
   set_intermediate(orig, true);
   mesh(t, "tShape", grid(2, 2));
-  MFnMesh fn(MDagPath::getAPathTo(t));
+  MFnMesh fn(path_to(t));
   EXPECT_STREQ("tShape", fn.name().asChar());
   EXPECT_EQ(9, fn.numVertices());
   EXPECT_TRUE(MFnDagNode(orig).isIntermediateObject());
@@ -193,7 +194,7 @@ TEST(MayasimDag, TransformationMatrixFollowsTheCurrentTime) {
   // World matrices compose child under parent.
   MObject lid = transform("lid", box, {0, 5, 0});
   MAnimControl::setCurrentTime(MTime(1.0));
-  MMatrix world = MDagPath::getAPathTo(lid).inclusiveMatrix();
+  MMatrix world = path_to(lid).inclusiveMatrix();
   EXPECT_NEAR(0.0, world(3, 0), 1e-9);
   EXPECT_NEAR(5.0, world(3, 1), 1e-9);
 }
@@ -235,8 +236,8 @@ TEST(MayasimDag, SelectionAndSceneFile) {
   MDagPath path;
   ASSERT_EQ(MS::kSuccess, list.getDagPath(0, path).statusCode());
   EXPECT_STREQ("|a|b", path.fullPathName().asChar());
-  EXPECT_TRUE(list.hasItem(MDagPath::getAPathTo(find("e"))));
-  EXPECT_FALSE(list.hasItem(MDagPath::getAPathTo(find("a"))));
+  EXPECT_TRUE(list.hasItem(path_to(find("e"))));
+  EXPECT_FALSE(list.hasItem(path_to(find("a"))));
 
   EXPECT_STREQ("untitled", MFileIO::currentFile().asChar()) << "an unsaved scene";
   set_scene_file("/scenes/hero.mb");

@@ -69,7 +69,7 @@ public:
   ProbeTranslator() { ++g_live_objects; }
   ~ProbeTranslator() override { --g_live_objects; }
   MStatus writer(const MFileObject& file, const MString& options, FileAccessMode mode) override {
-    g_seen = std::string(file.fullName().asChar()) + "|" + options.asChar() + "|" + std::to_string(int(mode)) +
+    g_seen = std::string(file.expandedFullName().asChar()) + "|" + options.asChar() + "|" + std::to_string(int(mode)) +
              "|" + std::to_string(int(fileAccessMode())) + "|alive=" + std::to_string(g_live_objects);
     return MS::kSuccess;
   }
@@ -261,7 +261,7 @@ TEST(MayasimHost, ScriptEditorFormsAndPluginLoadPath) {
 TEST(MayasimFileObject, SplitsAndExpands) {
   MFileObject file;
   file.setRawFullName("/data/scenes/hero.twi");
-  EXPECT_STREQ("/data/scenes/hero.twi", file.fullName().asChar());
+  EXPECT_STREQ("/data/scenes/hero.twi", file.expandedFullName().asChar());
   EXPECT_STREQ("hero.twi", file.rawName().asChar());
   setenv("MAYASIM_TEST_FOLDER", "/expanded", 1);
   file.setRawFullName("$MAYASIM_TEST_FOLDER/x.twi");

@@ -1,5 +1,6 @@
 // Meshes as the exporter reads them: the id tables of normals, tangents,
 // UVs and colours, triangulation, and per-instance shading.
+#include "api_helpers.h"
 #include <maya/MDagPath.h>
 #include <maya/MFnDependencyNode.h>
 #include <maya/MFnMesh.h>
@@ -18,7 +19,7 @@ using namespace mayasim::builder;
 
 namespace {
 
-MDagPath path_to(const char* name) { return MDagPath::getAPathTo(find(name)); }
+MDagPath path_to(const char* name) { return ::path_to(find(name)); }
 
 // Twice the signed area of triangle abc in the XY plane.
 double signed_area2(const MPoint& a, const MPoint& b, const MPoint& c) {
@@ -299,12 +300,12 @@ TEST(MayasimMesh, ShadingGroupsPerInstanceAndPolygon) {
 
   // The surfaceShader plug leads to the material; the empty group's leads nowhere.
   MPlugArray sources;
-  MPlug plug = MFnDependencyNode(red.shading_group).findPlug("surfaceShader");
+  MPlug plug = MFnDependencyNode(red.shading_group).findPlug("surfaceShader", true);
   ASSERT_TRUE(plug.connectedTo(sources, true, false));
   ASSERT_EQ(1u, sources.length());
   EXPECT_STREQ("red", MFnDependencyNode(sources[0].node()).name().asChar());
   MStatus status;
-  MPlug empty = MFnDependencyNode(bare).findPlug("surfaceShader", &status);
+  MPlug empty = MFnDependencyNode(bare).findPlug("surfaceShader", true, &status);
   EXPECT_EQ(MS::kSuccess, status.statusCode());
   EXPECT_FALSE(empty.connectedTo(sources, true, false));
   EXPECT_EQ(0u, sources.length());

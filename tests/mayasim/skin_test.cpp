@@ -1,6 +1,7 @@
 // Skin clusters as the exporter reads them: output and input shapes by
 // logical index, influences with sparse logical indices, weights by vertex
 // component, and the matrix plugs.
+#include "api_helpers.h"
 #include <maya/MDagPath.h>
 #include <maya/MDagPathArray.h>
 #include <maya/MDoubleArray.h>
@@ -68,7 +69,7 @@ TEST(MayasimSkin, TheClusterIsFoundAndItsShapesAreByLogicalIndex) {
   EXPECT_EQ(index, fn.indexForOutputShape(output));
 
   // The transform's function set sees the deformed output, not the input.
-  MFnMesh mesh(MDagPath::getAPathTo(r.body));
+  MFnMesh mesh(path_to(r.body));
   EXPECT_STREQ("bodyShape", mesh.name().asChar());
   // A function set retargeted to the input shape sees the original.
   MStatus status;
@@ -89,7 +90,7 @@ TEST(MayasimSkin, InfluencesKeepTheirSparseLogicalIndices) {
   EXPECT_STREQ("|root|spine", influences[1].fullPathName().asChar());
   EXPECT_EQ(0u, fn.indexForInfluenceObject(influences[0]));
   EXPECT_EQ(3u, fn.indexForInfluenceObject(influences[1]));
-  fn.indexForInfluenceObject(MDagPath::getAPathTo(r.body), &status);
+  fn.indexForInfluenceObject(path_to(r.body), &status);
   EXPECT_NE(MS::kSuccess, status.statusCode()) << "not an influence";
 }
 
@@ -97,14 +98,14 @@ TEST(MayasimSkin, WeightsByVertexComponent) {
   Rig r = build_rig();
   MFnSkinCluster fn(r.skin);
   MObject input = fn.inputShapeAtIndex(fn.indexForOutputConnection(0));
-  MDagPath input_path = MDagPath::getAPathTo(input);
-  MDagPath output_path = MDagPath::getAPathTo(fn.outputShapeAtIndex(0));
+  MDagPath input_path = path_to(input);
+  MDagPath output_path = path_to(fn.outputShapeAtIndex(0));
 
   std::vector<std::vector<double>> expected = {{1, 0}, {0.5, 0.5}, {0, 1}, {1, 0}, {0.25, 0.75}, {0, 0}};
   int v = 0;
   for (MItGeometry it(input_path); !it.isDone(); it.next(), ++v) {
     EXPECT_EQ(v, it.index());
-    MObject component = it.component();
+    MObject component = it.currentItem();
     EXPECT_TRUE(component.hasFn(MFn::kMeshVertComponent));
     MDoubleArray weights;
     unsigned count = 0;
@@ -125,14 +126,14 @@ TEST(MayasimSkin, MatrixPlugsReadAsMatrixData) {
   Rig r = build_rig();
   MFnDependencyNode fn(r.skin);
   MStatus status;
-  MPlug geom = fn.findPlug("geomMatrix", &status);
+  MPlug geom = fn.findPlug("geomMatrix", true, &status);
   ASSERT_EQ(MS::kSuccess, status.statusCode());
   MMatrix g = matrix_of(geom);
   EXPECT_DOUBLE_EQ(1, g(3, 0));
   EXPECT_DOUBLE_EQ(2, g(3, 1));
   EXPECT_DOUBLE_EQ(3, g(3, 2));
 
-  MPlug bind = fn.findPlug("bindPreMatrix", &status);
+  MPlug bind = fn.findPlug("bindPreMatrix", true, &status);
   ASSERT_EQ(MS::kSuccess, status.statusCode());
   EXPECT_TRUE(bind.isArray());
   // The spine's world position is (0, 15, 0); its bind pre-matrix undoes it.
@@ -144,13 +145,13 @@ TEST(MayasimSkin, MatrixPlugsReadAsMatrixData) {
 
   // An element nobody set reads as the attribute's default, the identity.
   EXPECT_TRUE(matrix_of(bind.elementByLogicalIndex(1)) == MMatrix());
-  fn.findPlug("noSuchPlug", &status);
+  fn.findPlug("noSuchPlug", true, &status);
   EXPECT_NE(MS::kSuccess, status.statusCode());
 }
 
 TEST(MayasimSkin, OutputGeometryIsConnectedToTheShape) {
   Rig r = build_rig();
-  MPlug out = MFnDependencyNode(r.skin).findPlug("outputGeometry");
+  MPlug out = MFnDependencyNode(r.skin).findPlug("outputGeometry", true);
   MPlugArray destinations;
   ASSERT_TRUE(out.elementByLogicalIndex(0).connectedTo(destinations, false, true));
   ASSERT_EQ(1u, destinations.length());

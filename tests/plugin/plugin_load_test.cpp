@@ -69,8 +69,8 @@ TEST_F(PluginLoad, ExportsOnlyItsEntryPointsAndRegistersBothWaysIn) {
   const char* version = static_cast<const char*>(dlsym(module, "MApiVersion"));
   ASSERT_NE(nullptr, version);
   EXPECT_STREQ("201300", version);
-  EXPECT_NE(nullptr, dlsym(module, "_Z16initializePlugin7MObject"));
-  EXPECT_NE(nullptr, dlsym(module, "_Z18uninitializePlugin7MObject"));
+  EXPECT_NE(nullptr, dlsym(module, "_Z16initializePlugin" MAYASIM_MANGLED_MOBJECT));
+  EXPECT_NE(nullptr, dlsym(module, "_Z18uninitializePlugin" MAYASIM_MANGLED_MOBJECT));
   // The module's own foundation stays inside it.
   EXPECT_EQ(nullptr, dlsym(module, "_ZN10foundation14memory_globals4initEv"));
   dlclose(module);
@@ -89,12 +89,22 @@ TEST_F(PluginLoad, ScriptPathFoldersAreTriedInOrderBeforeThePluginsFolder) {
   std::string a = dir.path() + "/a";
   mkdir(a.c_str(), 0755);
   std::string b = make_script_folder(dir, "b");
-  ScopedEnvironment path("MAYA_SCRIPT_PATH", (a + ";" + b).c_str());
+  // Maya reads MAYA_SCRIPT_PATH with ':' between folders on Linux and macOS.
+  ScopedEnvironment path("MAYA_SCRIPT_PATH", (a + ":" + b).c_str());
   ASSERT_EQ(MS::kSuccess, host.load_plugin(TW_PLUGIN_MODULE).statusCode());
   EXPECT_EQ((std::vector<std::string>{a + "/" + SCRIPT, b + "/" + SCRIPT}), host.source_attempts());
   EXPECT_EQ((std::vector<std::string>{b + "/" + SCRIPT}), host.sourced_files())
       << "the copy beside the module is never read";
   EXPECT_TRUE(host.script_editor().empty()) << "A fails silently";
+}
+
+// On Linux ';' is an ordinary character of a folder name, not a separator.
+TEST_F(PluginLoad, ASemicolonIsNoSeparatorOnLinux) {
+  std::string b = make_script_folder(dir, "b");
+  ScopedEnvironment path("MAYA_SCRIPT_PATH", ("/nowhere;" + b).c_str());
+  ASSERT_EQ(MS::kSuccess, host.load_plugin(TW_PLUGIN_MODULE).statusCode());
+  EXPECT_EQ("/nowhere;" + b + "/" + SCRIPT, host.source_attempts()[0]);
+  EXPECT_EQ((std::vector<std::string>{folder_of(TW_PLUGIN_MODULE) + "/" + SCRIPT}), host.sourced_files());
 }
 
 TEST_F(PluginLoad, FoldersAreJoinedAsPlainText) {
@@ -124,13 +134,13 @@ TEST_F(PluginLoad, MayaLocationScriptsThenBinScripts) {
 
 TEST_F(PluginLoad, NoScriptAnywhereUnloadsWithTheSearchPathInTheError) {
   std::string module = lone_module(dir);
-  ScopedEnvironment path("MAYA_SCRIPT_PATH", "/nowhere/one;/nowhere/two;");
+  ScopedEnvironment path("MAYA_SCRIPT_PATH", "/nowhere/one:/nowhere/two:");
   ScopedEnvironment where("MAYA_LOCATION", "/nowhere/maya");
   MStatus status = host.load_plugin(module);
   EXPECT_EQ(MS::kNotFound, status.statusCode());
   ASSERT_FALSE(host.script_editor().empty());
   EXPECT_EQ("Could not find twi_exporter_options.mel. Please put the file in any of these folders: "
-            "/nowhere/one;/nowhere/two;",
+            "/nowhere/one:/nowhere/two:",
             host.script_editor()[0].text);
   EXPECT_EQ(mayasim::ScriptLine::ERROR, host.script_editor()[0].kind);
   EXPECT_EQ(5u, host.source_attempts().size()) << "two folders, the module's, scripts/ and bin/scripts/";

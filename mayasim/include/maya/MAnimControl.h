@@ -1,7 +1,11 @@
 // MAnimControl: the time slider (playback range and current time).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MTime.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYAANIM_EXPORT MAnimControl {
 public:
@@ -15,3 +19,5 @@ public:
   static MStatus setMinMaxTime(MTime min, MTime max);
   static double playbackBy();
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,8 +1,12 @@
 // MArgDatabase: MArgParser with selection-list results.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MArgParser.h>
 #include <maya/MSelectionList.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MArgDatabase : public MArgParser {
 public:
@@ -12,3 +16,5 @@ public:
 
   MStatus getObjects(MSelectionList& result) const;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,8 +1,12 @@
 // MArgList: the arguments of a command invocation.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MString.h>
 #include <maya/MStringArray.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MArgList {
 public:
@@ -26,3 +30,5 @@ public:
 private:
   MStringArray _args;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -4,8 +4,12 @@
 // dash. An absent flag's argument is the empty text with a failure status.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MArgList.h>
 #include <maya/MSyntax.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MArgParser {
 public:
@@ -34,3 +38,5 @@ private:
   MArgParser& operator=(const MArgParser&);
   void* _parsed;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,9 +1,13 @@
 // MColor: a colour of four floats.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MColor {
 public:
@@ -31,3 +35,5 @@ public:
   float b;
   float a;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

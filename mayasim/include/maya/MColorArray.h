@@ -1,10 +1,14 @@
 // MColorArray: an array of MColor.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 #include <maya/MColor.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MColorArray {
 public:
@@ -33,3 +37,5 @@ public:
 private:
   void* _array;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,7 +1,11 @@
 // MDGContext: the context (time) in which plugs are evaluated.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class MTime;
 
@@ -23,3 +27,5 @@ private:
   bool _normal;
   double _seconds;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,10 +1,14 @@
 // MDagPath: a path from the world to a node of the DAG.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MFn.h>
 #include <maya/MMatrix.h>
 #include <maya/MObject.h>
 #include <maya/MString.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class MDagPathArray;
 
@@ -37,6 +41,7 @@ public:
   unsigned int instanceNumber(MStatus* ReturnStatus = NULL) const;
 
   static MStatus getAPathTo(const MObject& node, MDagPath& path);
+  MAYASIM_OBSOLETE("getAPathTo(node, path)")
   static MDagPath getAPathTo(const MObject& node, MStatus* ReturnStatus = NULL);
   static MStatus getAllPathsTo(const MObject& node, MDagPathArray& paths);
 
@@ -46,3 +51,5 @@ public:
 private:
   void* _nodes;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

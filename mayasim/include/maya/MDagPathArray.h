@@ -1,10 +1,14 @@
 // MDagPathArray: an array of MDagPath.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 #include <maya/MDagPath.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MDagPathArray {
 public:
@@ -31,3 +35,5 @@ public:
 private:
   void* _array;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,7 +1,11 @@
 // MDistance: a length in a unit. The internal unit is centimetres.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MDistance {
 public:
@@ -30,9 +34,12 @@ public:
   static double internalToUI(double internalValue);
   static double uiToInternal(double uiValue);
   // Obsolete: changes the internal unit.
+  MAYASIM_OBSOLETE("the internal unit is always centimetres; convert with as()")
   static MStatus setInternalUnit(Unit internalUnit);
 
 private:
   double _value;
   Unit _unit;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,9 +1,13 @@
 // MDoubleArray: an array of double.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MDoubleArray {
 public:
@@ -31,3 +35,5 @@ public:
 private:
   void* _array;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,7 +1,11 @@
 // MFileIO: the scene file.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MString.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MFileIO {
 public:
@@ -10,3 +14,5 @@ public:
   static bool isReadingFile();
   static bool isWritingFile();
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,7 +1,11 @@
 // MFileObject: a file path with its raw, expanded and resolved forms.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MString.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MFileObject {
 public:
@@ -25,10 +29,12 @@ public:
   MString resolvedName() const;
   MString resolvedPath() const;
   // Obsolete since 2013 but still used by file translators.
-  MString fullName() const;
+  MAYASIM_OBSOLETE("expandedFullName()") MString fullName() const;
   bool exists() const;
 
 private:
   MString _path;
   MString _name;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,9 +1,13 @@
 // MFloatVector: a vector of three floats.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class MPoint;
 
@@ -46,3 +50,5 @@ public:
   float y;
   float z;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,10 +1,14 @@
 // MFloatVectorArray: an array of MFloatVector.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 #include <maya/MFloatVector.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MFloatVectorArray {
 public:
@@ -32,3 +36,5 @@ public:
 private:
   void* _array;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

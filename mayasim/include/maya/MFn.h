@@ -5,6 +5,10 @@
 // Maya releases, so code names the enumerators, never the numbers.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
+
 class MFn {
 public:
   enum Type {
@@ -1081,3 +1085,5 @@ public:
     kLast = 1066,
   };
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -4,8 +4,12 @@
 // in Maya): pass them by reference and retarget them with setObject().
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MFn.h>
 #include <maya/MObject.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MFnBase {
 public:
@@ -39,3 +43,5 @@ private:                                                                        
   CLASS* operator&();                                                                                      \
                                                                                                            \
 public:
+
+OPENMAYA_NAMESPACE_CLOSE

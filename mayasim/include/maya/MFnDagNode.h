@@ -1,9 +1,13 @@
 // MFnDagNode: the function set of DAG nodes.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MDagPath.h>
 #include <maya/MFnDependencyNode.h>
 #include <maya/MMatrix.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MFnDagNode : public MFnDependencyNode {
   MAYASIM_MINIMAL_MFN(MFnDagNode)
@@ -36,3 +40,5 @@ public:
   MStatus setObject(MObject& object) override;
   MStatus setObject(const MObject& object) override;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,8 +1,12 @@
 // MFnGeometryFilter: the function set of deformers (input and output shapes).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MDagPath.h>
 #include <maya/MFnDependencyNode.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYAANIM_EXPORT MFnGeometryFilter : public MFnDependencyNode {
   MAYASIM_MINIMAL_MFN(MFnGeometryFilter)
@@ -22,3 +26,5 @@ public:
   MStatus getPathAtIndex(unsigned int plugIndex, MDagPath& path) const;
   unsigned int indexForOutputShape(const MObject& shape, MStatus* ReturnStatus = NULL) const;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

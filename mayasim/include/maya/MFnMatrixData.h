@@ -1,8 +1,12 @@
 // MFnMatrixData: the function set of matrix data (the value of a matrix plug).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MFnBase.h>
 #include <maya/MMatrix.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MFnMatrixData : public MFnBase {
   MAYASIM_MINIMAL_MFN(MFnMatrixData)
@@ -19,3 +23,5 @@ public:
   MStatus set(const MMatrix& matrix);
   MObject create(const MMatrix& matrix, MStatus* ReturnStatus = NULL);
 };
+
+OPENMAYA_NAMESPACE_CLOSE

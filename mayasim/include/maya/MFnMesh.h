@@ -4,6 +4,8 @@
 // first shape below it that is not an intermediate object).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MColor.h>
 #include <maya/MColorArray.h>
 #include <maya/MFloatArray.h>
@@ -13,6 +15,8 @@
 #include <maya/MObjectArray.h>
 #include <maya/MPointArray.h>
 #include <maya/MStringArray.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 #define kMFnMeshInstanceUnspecified -1
 
@@ -62,3 +66,5 @@ public:
   MStatus getColorIndex(int faceIndex, int localVertexIndex, int& colorIndex, const MString* colorSet = NULL);
   MStatus getConnectedShaders(unsigned int instanceNumber, MObjectArray& shaders, MIntArray& indices) const;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

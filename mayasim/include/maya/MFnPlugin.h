@@ -4,9 +4,13 @@
 // MApiVersion text unless MNoVersionString is defined first.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MFnBase.h>
 #include <maya/MString.h>
 #include <maya/MTypes.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MFnPlugin : public MFnBase {
   MAYASIM_MINIMAL_MFN(MFnPlugin)
@@ -42,6 +46,8 @@ private:
   MString _vendor;
   MString _version;
 };
+
+OPENMAYA_NAMESPACE_CLOSE
 
 #ifndef MNoVersionString
 extern "C" {

@@ -1,10 +1,14 @@
 // MFnSkinCluster: the function set of skin clusters.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MDagPathArray.h>
 #include <maya/MDoubleArray.h>
 #include <maya/MFnGeometryFilter.h>
 #include <maya/MIntArray.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYAANIM_EXPORT MFnSkinCluster : public MFnGeometryFilter {
   MAYASIM_MINIMAL_MFN(MFnSkinCluster)
@@ -27,3 +31,5 @@ public:
   MStatus getWeights(const MDagPath& path, const MObject& components, unsigned int influenceIndex,
                      MDoubleArray& weights) const;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,8 +1,12 @@
 // MGlobal: global functions (messages, selection, scripts, commands).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MSelectionList.h>
 #include <maya/MString.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MGlobal {
 public:
@@ -20,3 +24,5 @@ public:
   static MStatus executeCommand(const MString& command, bool displayEnabled = false, bool undoEnabled = false);
   static MMayaState mayaState(MStatus* ReturnStatus = NULL);
 };
+
+OPENMAYA_NAMESPACE_CLOSE

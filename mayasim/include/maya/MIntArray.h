@@ -1,9 +1,13 @@
 // MIntArray: an array of int.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MIntArray {
 public:
@@ -31,3 +35,5 @@ public:
 private:
   void* _array;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,9 +1,13 @@
 // MItDag: walks the DAG from the world, depth first or breadth first.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MDagPath.h>
 #include <maya/MFn.h>
 #include <maya/MObject.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MItDag {
 public:
@@ -19,7 +23,7 @@ public:
   MStatus reset(const MObject& root, TraversalType type = kDepthFirst, MFn::Type filter = MFn::kInvalid);
   MStatus reset(const MDagPath& root, TraversalType type = kDepthFirst, MFn::Type filter = MFn::kInvalid);
   MObject currentItem(MStatus* ReturnStatus = NULL);
-  MObject item(MStatus* ReturnStatus = NULL);
+  MAYASIM_OBSOLETE("currentItem()") MObject item(MStatus* ReturnStatus = NULL);
   MObject root(MStatus* ReturnStatus = NULL);
   unsigned int depth(MStatus* ReturnStatus = NULL) const;
   MStatus getPath(MDagPath& path) const;
@@ -31,3 +35,5 @@ private:
   MItDag& operator=(const MItDag&);
   void* _state;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

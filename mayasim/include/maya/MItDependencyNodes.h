@@ -1,8 +1,12 @@
 // MItDependencyNodes: visits every dependency node, optionally of one type.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MFn.h>
 #include <maya/MObject.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MItDependencyNodes {
 public:
@@ -12,7 +16,7 @@ public:
   bool isDone(MStatus* ReturnStatus = NULL) const;
   MStatus next();
   MObject thisNode(MStatus* ReturnStatus = NULL) const;
-  MObject item(MStatus* ReturnStatus = NULL) const;
+  MAYASIM_OBSOLETE("thisNode()") MObject item(MStatus* ReturnStatus = NULL) const;
   MStatus reset(MFn::Type filter = MFn::kInvalid);
 
 private:
@@ -20,3 +24,5 @@ private:
   MItDependencyNodes& operator=(const MItDependencyNodes&);
   void* _state;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,9 +1,13 @@
 // MItGeometry: visits the points (vertices) of a shape.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MDagPath.h>
 #include <maya/MObject.h>
 #include <maya/MPoint.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MItGeometry {
 public:
@@ -18,7 +22,7 @@ public:
   int index(MStatus* ReturnStatus = NULL) const;
   MObject currentItem(MStatus* ReturnStatus = NULL) const;
   // Obsolete alias of currentItem, still used by older code.
-  MObject component(MStatus* ReturnStatus = NULL) const;
+  MAYASIM_OBSOLETE("currentItem()") MObject component(MStatus* ReturnStatus = NULL) const;
   MPoint position(MSpace::Space space = MSpace::kObject, MStatus* ReturnStatus = NULL) const;
   int count(MStatus* ReturnStatus = NULL) const;
 
@@ -27,3 +31,5 @@ private:
   MItGeometry& operator=(const MItGeometry&);
   void* _state;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

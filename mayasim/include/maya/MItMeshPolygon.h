@@ -4,11 +4,15 @@
 // normal, tangent, UV and colour queries take face-relative vertex numbers.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MDagPath.h>
 #include <maya/MIntArray.h>
 #include <maya/MObject.h>
 #include <maya/MPointArray.h>
 #include <maya/MString.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MItMeshPolygon {
 public:
@@ -45,3 +49,5 @@ private:
   MItMeshPolygon& operator=(const MItMeshPolygon&);
   void* _state;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

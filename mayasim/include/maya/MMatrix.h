@@ -2,9 +2,13 @@
 // left (p' = p * M), so the translation is in row 3.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 #define MMatrix_kTol 1.0e-10
 
@@ -45,3 +49,5 @@ public:
 
   double matrix[4][4];
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,8 +1,12 @@
 // MObject: a handle to something in Maya's scene (a node, a component, data).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MFn.h>
 #include <maya/MStatus.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MObject {
 public:
@@ -28,3 +32,5 @@ public:
 private:
   void* _ptr;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,9 +1,13 @@
 // MPlug: an attribute of a node, or one element of an array attribute.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MDGContext.h>
 #include <maya/MObject.h>
 #include <maya/MString.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class MPlugArray;
 class MTime;
@@ -57,3 +61,5 @@ private:
   MString _attribute;
   int _index;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,9 +1,13 @@
 // MPoint: a point in homogeneous double coordinates.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class MMatrix;
 class MFloatVector;
@@ -43,3 +47,5 @@ public:
   double z;
   double w;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,8 +1,12 @@
 // MPxCommand: the base of commands a plug-in adds to MEL.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MArgList.h>
 #include <maya/MSyntax.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MPxCommand {
 public:
@@ -33,3 +37,5 @@ public:
 private:
   bool _undoable;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

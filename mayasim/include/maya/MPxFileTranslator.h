@@ -1,8 +1,12 @@
 // MPxFileTranslator: the base of file formats a plug-in adds to Maya.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MFileObject.h>
 #include <maya/MString.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MPxFileTranslator {
 public:
@@ -34,3 +38,5 @@ public:
 
   static FileAccessMode fileAccessMode();
 };
+
+OPENMAYA_NAMESPACE_CLOSE

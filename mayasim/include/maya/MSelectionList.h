@@ -1,9 +1,13 @@
 // MSelectionList: a list of selected DAG paths and dependency nodes.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MDagPath.h>
 #include <maya/MObject.h>
 #include <maya/MString.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class MPlug;
 
@@ -29,3 +33,5 @@ public:
 private:
   void* _items;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

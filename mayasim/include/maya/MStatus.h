@@ -1,9 +1,13 @@
 // MStatus: the result of an API call.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MTypes.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MStatus {
 public:
@@ -66,3 +70,5 @@ typedef MStatus MS;
     if (MStatus::kSuccess != _maya_status)                                                                 \
       _maya_status.perror(__FILE__);                                                                       \
   }
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,9 +1,13 @@
 // MString: the API's text type (UTF-8 in mayasim).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
 
 #include <iosfwd>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class MStringArray;
 
@@ -72,3 +76,5 @@ private:
   char* _text;
   unsigned int _length;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

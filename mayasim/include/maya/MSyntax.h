@@ -1,7 +1,11 @@
 // MSyntax: the flags and arguments a command takes.
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MSyntax {
 public:
@@ -42,3 +46,5 @@ public:
 private:
   void* _flags;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,7 +1,11 @@
 // MTime: a time in a unit (frames of a rate, or seconds).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <maya/MStatus.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 class OPENMAYA_EXPORT MTime {
 public:
@@ -83,3 +87,5 @@ private:
   double _value;
   Unit _unit;
 };
+
+OPENMAYA_NAMESPACE_CLOSE

@@ -1,7 +1,11 @@
 // Basic types of the Maya API as mayasim declares them (API version 201300).
 #pragma once
 
+#include <maya/MApiNamespace.h>
+
 #include <stddef.h>
+
+OPENMAYA_MAJOR_NAMESPACE_OPEN
 
 #ifndef NULL
   #define NULL 0
@@ -53,3 +57,5 @@ public:
     kLast = 5
   };
 };
+
+OPENMAYA_NAMESPACE_CLOSE
