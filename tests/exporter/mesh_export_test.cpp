@@ -247,6 +247,23 @@ TEST_F(MeshExport, MaterialGroupsFollowTheShadingGroups) {
   EXPECT_EQ(8u, g.materials[0].primitives.size());
 }
 
+// A shape instanced under two transforms has its own shading per instance;
+// each transform's geometry takes its instance's materials, read through the
+// shape's path (the transforms' own paths are both instance 0).
+TEST_F(MeshExport, EachInstanceOfAShapeKeepsItsOwnMaterials) {
+  MObject left = transform("left");
+  MObject right = transform("right", MObject(), {300, 0, 0});
+  MObject shape = mesh(left, "crateShape", cube(1));
+  instance(shape, right);
+  assign(shape, material("wood").shading_group, {}, 0);
+  assign(shape, material("steel").shading_group, {}, 1);
+  SceneDatabase& db = exported();
+  ASSERT_EQ(1u, geometry(db, "left").materials.size());
+  EXPECT_STREQ("wood", geometry(db, "left").materials[0].name.c_str());
+  ASSERT_EQ(1u, geometry(db, "right").materials.size());
+  EXPECT_STREQ("steel", geometry(db, "right").materials[0].name.c_str());
+}
+
 TEST_F(MeshExport, MeshFailuresNameTheirReason) {
   struct Case {
     const char* failing_call;
