@@ -44,7 +44,7 @@ inline mayasim::builder::MeshDesc relief_grid(uint32_t vertices, Random& random)
 inline void static_mesh(uint32_t vertices) {
   using namespace mayasim::builder;
   new_scene();
-  set_scene_file("bench/static_mesh.mb");
+  set_scene_file("/projects/bench/static_mesh.mb");
   set_playback_range(1, 1);
   Random random(1);
   MeshDesc d = relief_grid(vertices, random);
@@ -65,7 +65,7 @@ inline void static_mesh(uint32_t vertices) {
 inline void skinned_mesh(uint32_t vertices) {
   using namespace mayasim::builder;
   new_scene();
-  set_scene_file("bench/skinned_mesh.mb");
+  set_scene_file("/projects/bench/skinned_mesh.mb");
   set_playback_range(1, 1);
   Random random(2);
   MeshDesc d = relief_grid(vertices, random);
@@ -97,7 +97,7 @@ inline void skinned_mesh(uint32_t vertices) {
 inline void animated_joints(int joints, int frames) {
   using namespace mayasim::builder;
   new_scene();
-  set_scene_file("bench/animated_joints.mb");
+  set_scene_file("/projects/bench/animated_joints.mb");
   set_time_unit(MTime::kFilm);
   set_playback_range(1, frames);
   Random random(3);

@@ -25,13 +25,17 @@ struct MeshCapture {
   bool has_rgb;       // the first colour set has colour channels
   bool has_alpha;     // ... and alpha channels
   MString color_set;  // the first colour set ("" for none)
+  // The UV sets that have streams, in Maya's order (a set without UVs has
+  // none: Maya keeps map1 even when nothing is mapped).
   MStringArray uv_sets;
+  const char* name; // the geometry's name, for messages
   bool skinned;
   MObject skin_cluster;
   MObject input_shape;
 
   explicit MeshCapture(Allocator& a)
-      : geometry(a), has_binormals(false), has_tangents(false), has_rgb(false), has_alpha(false), skinned(false) {}
+      : geometry(a), has_binormals(false), has_tangents(false), has_rgb(false), has_alpha(false), name(""),
+        skinned(false) {}
 };
 
 // Which triangles each polygon became. The polygons are walked in order and

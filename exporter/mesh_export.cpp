@@ -93,29 +93,47 @@ bool capture_streams(ExporterContext& context, MFnMesh& mesh, MeshCapture& captu
     capture.has_rgb = mesh.hasColorChannels(capture.color_set);
     capture.has_alpha = mesh.hasAlphaChannels(capture.color_set);
   }
-  if (capture.has_rgb) {
+  // An alpha-only set gets its ALPHA stream alone, so that the index list
+  // the topology writes for it lands on that stream.
+  if (capture.has_rgb || capture.has_alpha) {
     MColorArray colors;
     mesh.getColors(colors, &capture.color_set);
     unsigned count = colors.length();
     if (count > 0) {
-      float* rgb = reinterpret_cast<float*>(add_stream(streams, "COLOR", 0, CT_FLOAT3, count));
+      float* rgb =
+          capture.has_rgb ? reinterpret_cast<float*>(add_stream(streams, "COLOR", 0, CT_FLOAT3, count)) : nullptr;
       float* alpha =
           capture.has_alpha ? reinterpret_cast<float*>(add_stream(streams, "ALPHA", 0, CT_FLOAT1, count)) : nullptr;
       for (unsigned i = 0; i < count; ++i) {
-        rgb[3 * i + 0] = colors[i].r;
-        rgb[3 * i + 1] = colors[i].g;
-        rgb[3 * i + 2] = colors[i].b;
+        if (rgb) {
+          rgb[3 * i + 0] = colors[i].r;
+          rgb[3 * i + 1] = colors[i].g;
+          rgb[3 * i + 2] = colors[i].b;
+        }
         if (alpha)
           alpha[i] = colors[i].a;
       }
     }
   }
 
-  mesh.getUVSetNames(capture.uv_sets);
-  for (unsigned k = 0; k < capture.uv_sets.length(); ++k) {
+  // One TEXCOORD stream per UV set that holds UVs; its channel index is the
+  // set's position in Maya's list. An empty set (Maya keeps map1 on a mesh
+  // that was never mapped) gets no stream, and a warning.
+  MStringArray uv_set_names;
+  mesh.getUVSetNames(uv_set_names);
+  for (unsigned k = 0; k < uv_set_names.length(); ++k) {
     MFloatArray u, v;
-    mesh.getUVs(u, v, &capture.uv_sets[k]);
+    mesh.getUVs(u, v, &uv_set_names[k]);
     unsigned count = u.length() < v.length() ? u.length() : v.length();
+    if (count == 0) {
+      append_log(context, "Warning: mesh ");
+      append_log(context, capture.name);
+      append_log(context, " has no UVs in set ");
+      append_log(context, uv_set_names[k].asUTF8());
+      append_log(context, ": no texture coordinates are exported for it.\n");
+      continue;
+    }
+    capture.uv_sets.append(uv_set_names[k]);
     float* uv = reinterpret_cast<float*>(add_stream(streams, "TEXCOORD", k, CT_FLOAT2, count));
     for (unsigned i = 0; i < count; ++i) {
       uv[2 * i + 0] = u[i];
@@ -162,6 +180,7 @@ bool export_mesh(ExporterContext& context, SceneDatabase& database, const char* 
     return false;
   }
   MeshCapture capture(allocator);
+  capture.name = name;
   // A skinned mesh is read from the geometry that enters its skin cluster.
   capture.skinned = find_skin_cluster(mesh.object(), capture.skin_cluster, capture.input_shape);
   if (capture.skinned)

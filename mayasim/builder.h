@@ -87,11 +87,14 @@ struct MeshDesc {
   Normals normals = Normals::Smooth;
   std::vector<UvSetDesc> uv_sets;
   std::vector<ColorSetDesc> color_sets;
-  // Tangents and binormals from the first UV set, when there is one.
+  // Maya computes tangents and binormals for every mesh (from the current
+  // UV set, or the edges where it has no UVs); false makes this one give
+  // none, for tests of a mesh without them.
   bool tangents = true;
 };
 
-// A mesh shape under `transform`, assigned to initialShadingGroup; returns the shape.
+// A mesh shape under `transform`, assigned to initialShadingGroup; returns
+// the shape. Without UV sets in `desc` it has Maya's map1, empty.
 OPENMAYA_EXPORT MObject mesh(const MObject& transform, const std::string& shape_name, const MeshDesc& desc);
 // Moves the points of the mesh of `node` (a transform or mesh), as a
 // deformer does to its output shape.
@@ -141,6 +144,8 @@ OPENMAYA_EXPORT void set_visible(const MObject& node, bool visible);
 OPENMAYA_EXPORT void set_intermediate(const MObject& node, bool intermediate);
 OPENMAYA_EXPORT void set_default(const MObject& node, bool is_default);
 OPENMAYA_EXPORT void set_shared(const MObject& node, bool shared);
+// The scene's file; MFileIO::currentFile() gives it as a full path, as Maya
+// does (a relative path is taken from the current folder).
 OPENMAYA_EXPORT void set_scene_file(const std::string& path);
 // Connects a shading group to an instance of a mesh without assigning any
 // polygon to it (Maya lists such a group among the instance's groups).

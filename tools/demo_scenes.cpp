@@ -16,7 +16,7 @@ void build_empty() { new_scene(); }
 
 void build_rig() {
   new_scene();
-  set_scene_file("demo/rig.mb");
+  set_scene_file("/projects/demo/rig.mb");
   set_time_unit(MTime::kFilm);
   set_playback_range(1, 24);
   MObject rig = transform("rig", MObject(), {0, 100, 0});
@@ -32,7 +32,7 @@ void build_rig() {
 
 void build_clash() {
   new_scene();
-  set_scene_file("demo/clash.mb");
+  set_scene_file("/projects/demo/clash.mb");
   set_playback_range(1, 1);
   MObject left = transform("left_side", MObject(), {-30, 0, 0});
   MObject right = transform("right_side", MObject(), {30, 0, 0});
@@ -44,7 +44,7 @@ void build_clash() {
 // joints, animated over two seconds, and a crate beside it.
 void build_character() {
   new_scene();
-  set_scene_file("demo/character.mb");
+  set_scene_file("/projects/demo/character.mb");
   set_time_unit(MTime::kFilm);
   set_playback_range(1, 48);
 

@@ -67,43 +67,6 @@ MFloatVector face_normal(const MeshData& m, const std::vector<int>& ids) {
   return MFloatVector(float(nx), float(ny), float(nz)).normal();
 }
 
-// Per face-vertex tangent frames from the first UV set.
-void compute_tangents(MeshData& m) {
-  m.tangents.clear();
-  m.binormals.clear();
-  m.tangent_ids.clear();
-  if (m.uv_sets.empty())
-    return;
-  const UvSet& uv = m.uv_sets[0];
-  for (size_t f = 0; f < m.polygons.size(); ++f) {
-    const std::vector<int>& ids = m.polygons[f];
-    int offset = m.face_offsets[f];
-    MFloatVector tangent(1, 0, 0);
-    // The UV gradient over the face's first three corners.
-    int a = uv.face_vertex_ids[size_t(offset)], b = uv.face_vertex_ids[size_t(offset + 1)],
-        c = uv.face_vertex_ids[size_t(offset + 2)];
-    if (a >= 0 && b >= 0 && c >= 0) {
-      MPoint p0 = m.points[size_t(ids[0])], p1 = m.points[size_t(ids[1])], p2 = m.points[size_t(ids[2])];
-      double du1 = uv.u[size_t(b)] - uv.u[size_t(a)], dv1 = uv.v[size_t(b)] - uv.v[size_t(a)];
-      double du2 = uv.u[size_t(c)] - uv.u[size_t(a)], dv2 = uv.v[size_t(c)] - uv.v[size_t(a)];
-      double det = du1 * dv2 - du2 * dv1;
-      if (fabs(det) > 1e-12) {
-        double r = 1.0 / det;
-        MPoint e1 = p1 - p0, e2 = p2 - p0;
-        tangent = MFloatVector(float((e1.x * dv2 - e2.x * dv1) * r), float((e1.y * dv2 - e2.y * dv1) * r),
-                               float((e1.z * dv2 - e2.z * dv1) * r))
-                      .normal();
-      }
-    }
-    for (size_t i = 0; i < ids.size(); ++i) {
-      MFloatVector n = m.normals[size_t(m.normal_ids[size_t(offset) + i])];
-      m.tangent_ids.push_back(int(m.tangents.size()));
-      m.tangents.push_back(tangent);
-      m.binormals.push_back((n ^ tangent).normal());
-    }
-  }
-}
-
 } // namespace
 
 void new_scene() {
@@ -227,8 +190,15 @@ MObject mesh(const MObject& transform_node, const std::string& shape_name, const
     set.face_vertex_ids.resize(size_t(face_vertices), -1);
     m.color_sets.push_back(set);
   }
-  if (desc.tangents)
-    compute_tangents(m);
+  // Like Maya, a mesh always has the UV set map1, empty when nothing is
+  // mapped.
+  if (m.uv_sets.empty()) {
+    UvSet map1;
+    map1.name = "map1";
+    map1.face_vertex_ids.assign(size_t(face_vertices), -1);
+    m.uv_sets.push_back(map1);
+  }
+  m.has_tangent_space = desc.tangents;
   // Like Maya, a new mesh starts in initialShadingGroup.
   m.shading.resize(shape->parents.size());
   if (Node* initial = scene().find("initialShadingGroup"))
@@ -241,6 +211,7 @@ void set_points(const MObject& node, const std::vector<MPoint>& points) {
   if (points.size() != m.points.size())
     throw std::invalid_argument("mayasim builder: set_points needs one point per vertex");
   m.points = points;
+  m.changed();
 }
 
 void remove_shading(const MObject& node) { mesh_shape(node)->mesh->shading.clear(); }
@@ -478,7 +449,7 @@ void set_visible(const MObject& node, bool visible) { require(node, "node")->boo
 void set_intermediate(const MObject& node, bool intermediate) { require(node, "node")->is_intermediate = intermediate; }
 void set_default(const MObject& node, bool is_default) { require(node, "node")->is_default = is_default; }
 void set_shared(const MObject& node, bool shared) { require(node, "node")->is_shared = shared; }
-void set_scene_file(const std::string& path) { scene().current_file = path; }
+void set_scene_file(const std::string& path) { scene().current_file = absolute_path(path); }
 
 void connect_shading_group(const MObject& node, const MObject& shading_group, unsigned instance) {
   Node* shape = mesh_shape(node);

@@ -282,22 +282,50 @@ MStatus MFnMesh::getFaceNormalIds(int faceIndex, MIntArray& normals) const {
 }
 
 namespace {
+// The index of a UV set by name (the current one for null), or -1.
+int uv_set_index(const MeshData& m, const MString* name) {
+  if (!name)
+    return m.uv_sets.empty() ? -1 : m.current_uv_set;
+  for (size_t i = 0; i < m.uv_sets.size(); ++i)
+    if (m.uv_sets[i].name == name->asChar())
+      return int(i);
+  return -1;
+}
+
 MStatus tangent_space(const MObject& object, MFloatVectorArray& out, const MString* uvSet, bool binormals) {
   MeshData* m = mesh_of(object);
   out.clear();
   if (!m)
     return MS::kFailure;
-  // Tangents follow the current UV set; another set, or none, has none here.
-  const UvSet* current = find_uv_set(*m, nullptr);
-  if (!current || (uvSet && find_uv_set(*m, uvSet) != current))
-    return MS::kInvalidParameter;
-  const std::vector<MFloatVector>& source = binormals ? m->binormals : m->tangents;
+  int set = uv_set_index(*m, uvSet);
+  if (set < 0)
+    return MS::kInvalidParameter; // no such UV set
+  if (!m->has_tangent_space)
+    return MS::kSuccess;
+  const TangentSpace& space = m->tangent_space(set);
+  const std::vector<MFloatVector>& source = binormals ? space.binormals : space.tangents;
   out.setLength(unsigned(source.size()));
   for (size_t i = 0; i < source.size(); ++i)
     out[unsigned(i)] = source[i];
   return MS::kSuccess;
 }
 } // namespace
+
+bool MFnMesh::isRightHandedTangent(int tangentId, const MString* uvSetName, MStatus* ReturnStatus) const {
+  MeshData* m = mesh_of(_object);
+  int set = m ? uv_set_index(*m, uvSetName) : -1;
+  if (set < 0 || !m->has_tangent_space) {
+    set_status(ReturnStatus, MS::kInvalidParameter);
+    return true;
+  }
+  const TangentSpace& space = m->tangent_space(set);
+  if (tangentId < 0 || size_t(tangentId) >= space.right_handed.size()) {
+    set_status(ReturnStatus, MS::kInvalidParameter);
+    return true;
+  }
+  set_status(ReturnStatus, MS::kSuccess);
+  return space.right_handed[size_t(tangentId)];
+}
 
 MStatus MFnMesh::getTangents(MFloatVectorArray& tangents, MSpace::Space, const MString* uvSet) const {
   return tangent_space(_object, tangents, uvSet, false);
@@ -580,12 +608,14 @@ unsigned int MItMeshPolygon::normalIndex(int localVertexIndex, MStatus* ReturnSt
 }
 unsigned int MItMeshPolygon::tangentIndex(int localVertexIndex, MStatus* ReturnStatus) {
   PolygonWalk& w = walk(_state);
-  if (!in_face(w, localVertexIndex) || w.mesh->tangent_ids.empty()) {
+  // The current UV set's tangent space, as Maya uses.
+  int set = uv_set_index(*w.mesh, nullptr);
+  if (!in_face(w, localVertexIndex) || set < 0 || !w.mesh->has_tangent_space) {
     set_status(ReturnStatus, MS::kInvalidParameter);
     return 0;
   }
   set_status(ReturnStatus, MS::kSuccess);
-  return unsigned(w.mesh->tangent_ids[size_t(w.offset() + localVertexIndex)]);
+  return unsigned(w.mesh->tangent_space(set).ids[size_t(w.offset() + localVertexIndex)]);
 }
 bool MItMeshPolygon::hasUVs(MStatus* ReturnStatus) const {
   PolygonWalk& w = walk(_state);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <math.h>
+#include <unistd.h>
 
 namespace mayasim {
 
@@ -230,7 +231,18 @@ void new_scene() {
   Node* time = s.create(MFn::kTime, "time", "time1", nullptr);
   time->is_default = true;
   s.current_time = s.min_time;
-  s.current_file = "untitled";
+  // Maya names an unsaved scene "untitled" in the current folder (its
+  // workspace's scenes folder), always as a full path.
+  s.current_file = absolute_path("untitled");
+}
+
+std::string absolute_path(const std::string& path) {
+  if (!path.empty() && path[0] == '/')
+    return path;
+  char folder[4096];
+  if (!getcwd(folder, sizeof(folder)))
+    return "/" + path;
+  return std::string(folder) + "/" + path;
 }
 
 bool should_fail(const std::string& call) {

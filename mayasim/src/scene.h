@@ -53,14 +53,24 @@ struct UvSet {
   std::vector<int> face_vertex_ids; // per face-vertex, -1 when unmapped
 };
 
+// A mesh's tangent space for one UV set, as Maya computes it (see
+// compute_tangent_space): per face-vertex ids into shared tangents and
+// binormals, and whether each frame is right-handed.
+struct TangentSpace {
+  std::vector<MFloatVector> tangents, binormals;
+  std::vector<bool> right_handed; // per tangent id
+  std::vector<int> ids;           // per face-vertex
+};
+
 struct MeshData {
   std::vector<MPoint> points;
   std::vector<std::vector<int>> polygons;   // object-relative vertex ids in face order
   std::vector<int> face_offsets;            // first face-vertex of each polygon
   std::vector<MFloatVector> normals;
   std::vector<int> normal_ids;              // per face-vertex
-  std::vector<MFloatVector> tangents, binormals;
-  std::vector<int> tangent_ids;             // per face-vertex
+  // False: Maya gives no tangent space for this mesh (for tests of a
+  // mesh without one).
+  bool has_tangent_space = true;
   std::vector<UvSet> uv_sets;
   int current_uv_set = 0;
   std::vector<ColorSet> color_sets;
@@ -75,7 +85,26 @@ struct MeshData {
 
   int face_vertex_count() const { return face_offsets.empty() ? 0 : face_offsets.back() + int(polygons.back().size()); }
   void finish_topology(); // face offsets from the polygons
+  // The tangent space of UV set `set` (an index into uv_sets), computed on
+  // first use and kept until the mesh changes (changed() forgets it).
+  const TangentSpace& tangent_space(int set) const;
+  void changed() { _tangent_spaces.clear(); }
+
+private:
+  mutable std::map<int, TangentSpace> _tangent_spaces;
 };
+
+// Maya's tangent space of a mesh for one UV set (Maya's documentation,
+// "Tangent and binormal vectors"): per triangle of each face, the tangent is
+// the derivative of the position along U, component by component; where a
+// triangle has no UVs or degenerate ones (an edge of zero length in UV
+// space) each corner takes its next edge, made perpendicular to its normal.
+// A mapped corner shares its tangent with every corner of the same vertex,
+// UV and normal: their triangles' tangents are summed and normalised. The
+// binormal is the normalised cross product normal x tangent, turned round
+// where the UVs are mirrored (their winding reversed), which makes that
+// frame left-handed.
+void compute_tangent_space(const MeshData& mesh, const UvSet* set, TangentSpace& out);
 
 struct SkinData {
   struct Geometry {
@@ -222,6 +251,9 @@ Scene& scene();
 bool should_fail(const std::string& call);
 // Replaces the scene with a new one: the world and Maya's default cameras.
 void new_scene();
+
+// `path` as a full path (relative ones against the current folder).
+std::string absolute_path(const std::string& path);
 
 // Seconds per unit of `unit` (frame rates included).
 double seconds_per(MTime::Unit unit);

@@ -87,8 +87,11 @@ TEST_F(MeshExport, AQuadGivesTwoTrianglesInMayasOrder) {
   EXPECT_STREQ("quad", db.nodes.find("quad").value().geometries[0].c_str());
   // The progress outline, in order.
   std::vector<std::string> lines = info_lines(host);
-  std::vector<std::string> expected_lines = {"Exporting Node: quad\n", " - Mesh\n", "  - Geometry\n", "  - Topology\n",
-                                             "  - Materials\n"};
+  // (The quad has no UVs: Maya's empty map1 brings a warning.)
+  std::vector<std::string> expected_lines = {
+      "Exporting Node: quad\n", " - Mesh\n", "  - Geometry\n",
+      "Warning: mesh quad has no UVs in set map1: no texture coordinates are exported for it.\n  - Topology\n",
+      "  - Materials\n"};
   EXPECT_EQ(expected_lines, std::vector<std::string>(lines.begin(), lines.begin() + 5));
 }
 
@@ -192,21 +195,39 @@ TEST_F(MeshExport, ColourSetsWithAndWithoutAlpha) {
   EXPECT_EQ(1u, b.streams[2].size);
 }
 
-TEST_F(MeshExport, AnAlphaOnlySetShiftsTheListsAndFailsCleanly) {
+// An alpha-only first colour set makes an ALPHA stream indexed in its own
+// list; nothing shifts (a literal reading would put the alpha triple in the
+// TEXCOORD slot and fail the mesh with a message about UVs).
+TEST_F(MeshExport, AnAlphaOnlySetGetsItsOwnStreamAndList) {
   MeshDesc d = grid(1, 1);
   d.tangents = false;
-  d.color_sets = {ColorSetDesc{"mask", ColorKind::Alpha, {MColor(0, 0, 0, 1), MColor(0, 0, 0, 0)}, {}}};
+  d.color_sets = {ColorSetDesc{"mask", ColorKind::Alpha, {MColor(0, 0, 0, 1), MColor(0, 0, 0, 0.25f)}, {}}};
   mesh(transform("masked"), "maskedShape", d);
-  // No colour streams; the alpha triple takes TEXCOORD's list, and the UV
-  // triple then points at a list without a stream.
-  EXPECT_EQ("Index out of range for uv-channel: map1!\nFailed exporting node.\n", failed_export());
+  const SceneGeometry& g = geometry(exported(), "masked");
+  EXPECT_EQ((std::vector<std::string>{"POSITION", "NORMAL", "ALPHA", "TEXCOORD"}), stream_names(g));
+  ASSERT_EQ(4u, g.indices.streams.size());
+  EXPECT_EQ(twi::CT_FLOAT1, g.streams[2].channels[0].type);
+  EXPECT_EQ(0.25f, floats(g.streams[2])[1]);
+  // Corners 0 and 1 have alpha ids 0 and 1; the uncoloured corners take 0.
+  EXPECT_EQ(list(g, 0), list(g, 3)) << "the UVs follow the vertices, in their own list";
+  for (uint32_t i = 0; i < g.indices.size; ++i)
+    EXPECT_EQ(list(g, 0)[i] == 1 ? 1u : 0u, list(g, 2)[i]);
+}
 
-  // Without UV sets the alpha triple itself has no stream to go to.
-  new_scene();
-  set_playback_range(1, 1);
-  d.uv_sets.clear();
-  mesh(transform("masked"), "maskedShape", d);
-  EXPECT_EQ("Index out of range for alpha-channel!\nFailed exporting node.\n", failed_export());
+// A mesh that was never mapped has Maya's empty map1: no TEXCOORD stream,
+// one warning naming the mesh and the set, and the mesh exports (a literal
+// reading fails it with "Index out of range for uv-channel: map1!").
+TEST_F(MeshExport, AMeshWithoutUvsExportsWithAWarning) {
+  mesh(transform("plain"), "plainShape", quad_mesh());
+  const SceneGeometry& g = geometry(exported(), "plain");
+  EXPECT_EQ((std::vector<std::string>{"POSITION", "NORMAL"}), stream_names(g));
+  EXPECT_EQ(2u, g.indices.streams.size());
+  std::string log;
+  for (const std::string& line : info_lines(host))
+    log += line;
+  EXPECT_NE(std::string::npos, log.find("Warning: mesh plain has no UVs in set map1: no texture coordinates are "
+                                        "exported for it.\n"))
+      << log;
 }
 
 TEST_F(MeshExport, UnmappedCornersUseUvZeroWithOneWarning) {

@@ -239,7 +239,13 @@ TEST(MayasimDag, SelectionAndSceneFile) {
   EXPECT_TRUE(list.hasItem(path_to(find("e"))));
   EXPECT_FALSE(list.hasItem(path_to(find("a"))));
 
-  EXPECT_STREQ("untitled", MFileIO::currentFile().asChar()) << "an unsaved scene";
+  std::string untitled = MFileIO::currentFile().asChar();
+  EXPECT_EQ('/', untitled[0]) << "always a full path";
+  EXPECT_EQ("/untitled", untitled.substr(untitled.size() - 9)) << "an unsaved scene";
+  set_scene_file("relative/hero.mb");
+  std::string relative = MFileIO::currentFile().asChar();
+  EXPECT_EQ('/', relative[0]);
+  EXPECT_EQ("/relative/hero.mb", relative.substr(relative.size() - 17));
   set_scene_file("/scenes/hero.mb");
   EXPECT_STREQ("/scenes/hero.mb", MFileIO::currentFile().asChar());
 }

@@ -4,6 +4,8 @@
 #include <maya/MDagPath.h>
 #include <maya/MFnDependencyNode.h>
 #include <maya/MFnMesh.h>
+#include <maya/MFloatVectorArray.h>
+#include <maya/MStringArray.h>
 #include <maya/MItMeshPolygon.h>
 #include <maya/MPlug.h>
 #include <maya/MPlugArray.h>
@@ -132,12 +134,13 @@ TEST(MayasimMesh, SmoothSphereSharesOneNormalPerVertex) {
     EXPECT_NEAR(1.0, (n.x * points[v].x + n.y * points[v].y + n.z * points[v].z) / r, 0.05) << "vertex " << v;
   }
 
-  // Tangent frames: per face-vertex ids into tangents and binormals of one length.
+  // Tangent frames: per face-vertex ids into tangents and binormals of one
+  // length; with one UV and one normal per vertex, one frame per vertex.
   MFloatVectorArray tangents, binormals;
   fn.getTangents(tangents);
   fn.getBinormals(binormals);
   EXPECT_EQ(tangents.length(), binormals.length());
-  EXPECT_EQ(unsigned(fn.numFaceVertices()), tangents.length());
+  EXPECT_EQ(unsigned(fn.numVertices()), tangents.length());
   MItMeshPolygon it(path_to("ball"));
   for (; !it.isDone(); it.next())
     for (unsigned i = 0; i < it.polygonVertexCount(); ++i)
@@ -340,4 +343,77 @@ TEST(MayasimMesh, InjectedFailuresStartAfterTheGivenCalls) {
   new_scene();
   mesh(transform("box"), "boxShape", cube(1));
   EXPECT_EQ(MS::kSuccess, MFnMesh(path_to("box")).getPoints(points).statusCode()) << "a new scene forgets them";
+}
+
+namespace {
+// A unit quad in the XY plane facing +z, with the UVs given per vertex.
+MObject uv_quad(const std::string& name, std::vector<float> u, std::vector<float> v) {
+  MeshDesc d;
+  d.points = {MPoint(0, 0, 0), MPoint(1, 0, 0), MPoint(1, 1, 0), MPoint(0, 1, 0)};
+  d.polygons = {{0, 1, 2, 3}};
+  d.normals = Normals::Hard;
+  d.uv_sets = {UvSetDesc{"map1", u, v, {}}};
+  return mesh(transform(name), name + "Shape", d);
+}
+
+void expect_vector(float x, float y, float z, const MFloatVector& got, const char* what) {
+  EXPECT_NEAR(x, got.x, 1e-6) << what;
+  EXPECT_NEAR(y, got.y, 1e-6) << what;
+  EXPECT_NEAR(z, got.z, 1e-6) << what;
+}
+} // namespace
+
+// Tangents as Maya's documentation computes them: along U, shared by the
+// corners of one vertex, UV and normal, binormals along V, and a
+// left-handed frame where the UVs are mirrored.
+TEST(MayasimMesh, TangentFramesFollowTheUvs) {
+  new_scene();
+  MFnMesh plain(uv_quad("plain", {0, 1, 1, 0}, {0, 0, 1, 1}));
+  MFloatVectorArray tangents, binormals;
+  ASSERT_EQ(MS::kSuccess, plain.getTangents(tangents).statusCode());
+  plain.getBinormals(binormals);
+  ASSERT_EQ(4u, tangents.length()) << "four corners with their own UV";
+  for (unsigned i = 0; i < 4; ++i) {
+    expect_vector(1, 0, 0, tangents[i], "U runs along x");
+    expect_vector(0, 1, 0, binormals[i], "V runs along y");
+    EXPECT_TRUE(plain.isRightHandedTangent(int(i)));
+  }
+
+  // U mirrored: the tangent turns round, the binormal still follows V, and
+  // the frame is left-handed.
+  MFnMesh mirrored(uv_quad("mirrored", {1, 0, 0, 1}, {0, 0, 1, 1}));
+  mirrored.getTangents(tangents);
+  mirrored.getBinormals(binormals);
+  expect_vector(-1, 0, 0, tangents[0], "mirrored U");
+  expect_vector(0, 1, 0, binormals[0], "V still along y");
+  EXPECT_FALSE(mirrored.isRightHandedTangent(0));
+
+  // No UVs (Maya's empty map1): each corner's tangent is its next edge.
+  MeshDesc bare;
+  bare.points = {MPoint(0, 0, 0), MPoint(2, 0, 0), MPoint(2, 2, 0), MPoint(0, 2, 0)};
+  bare.polygons = {{0, 1, 2, 3}};
+  MFnMesh unmapped(mesh(transform("bare"), "bareShape", bare));
+  MStringArray sets;
+  unmapped.getUVSetNames(sets);
+  ASSERT_EQ(1u, sets.length());
+  EXPECT_STREQ("map1", sets[0].asChar()) << "every mesh has map1";
+  EXPECT_EQ(0, unmapped.numUVs(sets[0]));
+  unmapped.getTangents(tangents);
+  ASSERT_EQ(4u, tangents.length()) << "one per corner, none shared";
+  // Corner 1 lies in one triangle of the quad; its tangent is its next edge.
+  MItMeshPolygon it(path_to("bare"));
+  expect_vector(0, 1, 0, tangents[it.tangentIndex(1)], "corner 1 takes the edge to corner 2");
+}
+
+// A hard cube with Maya's UV layout: corners share a frame only where the
+// vertex, the UV and the normal are the same, so faces never share.
+TEST(MayasimMesh, TangentFramesAreSharedOnlyWithinOneVertexUvAndNormal) {
+  new_scene();
+  MFnMesh cube_fn(mesh(transform("box"), "boxShape", cube(2, Normals::Hard)));
+  MFloatVectorArray tangents;
+  cube_fn.getTangents(tangents);
+  EXPECT_EQ(24u, tangents.length()) << "24 distinct vertex, UV and normal triples";
+  MFnMesh smooth_fn(mesh(transform("soft"), "softShape", cube(2, Normals::Smooth)));
+  smooth_fn.getTangents(tangents);
+  EXPECT_EQ(14u, tangents.length()) << "smooth: the 14 UVs of the layout, each on one vertex";
 }

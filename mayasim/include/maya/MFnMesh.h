@@ -53,6 +53,9 @@ public:
                       const MString* uvSet = NULL) const;
   MStatus getBinormals(MFloatVectorArray& binormals, MSpace::Space space = MSpace::kObject,
                        const MString* uvSet = NULL) const;
+  // Whether the tangent frame `tangentId` is right-handed (false where the
+  // UVs are mirrored). Declared from Maya 2016 on; not called by the plug-in.
+  bool isRightHandedTangent(int tangentId, const MString* uvSetName = NULL, MStatus* ReturnStatus = NULL) const;
   MStatus getUVSetNames(MStringArray& setNames) const;
   MStatus getCurrentUVSetName(MString& setName, int instance = kMFnMeshInstanceUnspecified) const;
   MStatus getUVs(MFloatArray& uArray, MFloatArray& vArray, const MString* uvSet = NULL) const;
