@@ -4,7 +4,6 @@
 #include "scene/scene_database.h"
 
 #include <maya/MAnimControl.h>
-#include <maya/MDagPath.h>
 #include <maya/MFnDagNode.h>
 #include <maya/MTime.h>
 
@@ -12,42 +11,63 @@ using namespace foundation;
 
 namespace twi {
 
-void sample_animation(ExporterContext& context, SceneDatabase& database, const char* name, const MDagPath& path) {
+void record_animation(ExporterContext& context, const char* name, const MDagPath& path, bool world_space) {
+  if (!context.settings->has_time_range)
+    return;
+  context.animated.names.push_back(String(*context.allocator, name));
+  context.animated.paths.append(path);
+  context.animated.world_space.push_back(world_space);
+  // The range always holds a sample: the line is shown where the node's
+  // other lines are.
+  append_log(context, " - Animations\n");
+  show_log(context);
+}
+
+void sample_animations(ExporterContext& context, SceneDatabase& database) {
   const ExportSettings& settings = *context.settings;
-  if (!settings.has_time_range)
+  AnimatedNodes& animated = context.animated;
+  const uint32_t count = animated.names.size();
+  if (!settings.has_time_range || count == 0)
     return;
   Allocator& allocator = *context.allocator;
-  SceneAnimation animation(allocator);
-  animation.node = name;
-  animation.parameter = "matrix";
-  StreamChannel channel(allocator);
-  channel.name = "local_tm";
-  channel.index = 0;
-  channel.type = CT_MATRIX4x4;
-  animation.stream.channels.push_back(channel);
-  animation.stream.stride = channel_type_size(CT_MATRIX4x4);
 
-  MFnDagNode node(path);
+  // The records, made up front and filled sample by sample.
+  Vector<SceneAnimation> records(allocator);
+  records.resize(count);
+  for (uint32_t i = 0; i < count; ++i) {
+    SceneAnimation& a = records[i];
+    a.node = animated.names[i];
+    a.parameter = "matrix";
+    StreamChannel& channel = a.stream.channels.push_back_default();
+    channel.name = "local_tm";
+    channel.index = 0;
+    channel.type = CT_MATRIX4x4;
+    a.stream.stride = channel_type_size(CT_MATRIX4x4);
+  }
+
   MTime remembered = MAnimControl::currentTime();
   const double step = 1.0 / double(settings.samples_per_second);
   const double half = step * 0.5;
   double t = double(settings.start_time);
   while (double(settings.end_time) > t - half) {
     MAnimControl::setCurrentTime(MTime(t, MTime::kSeconds));
-    float matrix[16];
-    store_matrix(node.transformationMatrix(), context.unit_scale, matrix);
-    animation.stream.data.push_back_n(reinterpret_cast<const uint8_t*>(matrix), sizeof(matrix));
-    ++animation.stream.size;
-    animation.times.push_back(float(t - double(settings.start_time)));
+    float time = float(t - double(settings.start_time));
+    for (uint32_t i = 0; i < count; ++i) {
+      const MDagPath& path = animated.paths[i];
+      float matrix[16];
+      store_matrix(animated.world_space[i] ? path.inclusiveMatrix() : MFnDagNode(path).transformationMatrix(),
+                   context.unit_scale, matrix);
+      SceneAnimation& a = records[i];
+      a.stream.data.push_back_n(reinterpret_cast<const uint8_t*>(matrix), sizeof(matrix));
+      ++a.stream.size;
+      a.times.push_back(time);
+    }
     t += step;
   }
   MAnimControl::setCurrentTime(remembered);
 
-  if (animation.stream.size == 0)
-    return;
-  append_log(context, " - Animations\n");
-  show_log(context);
-  database.animations.push_back(std::move(animation));
+  for (uint32_t i = 0; i < count; ++i)
+    database.animations.push_back(std::move(records[i]));
 }
 
 } // namespace twi

@@ -1,5 +1,6 @@
 #include "exporter/export_driver.h"
 
+#include "exporter/animation_export.h"
 #include "exporter/node_export.h"
 #include "foundation/config/dynamic_config_value.h"
 #include "foundation/config/sjson_writer.h"
@@ -138,6 +139,8 @@ bool export_scene(ExporterContext& context) {
     }
     database.roots.push_back(name);
   }
+  // Every exported node's animation, in one pass over time.
+  sample_animations(context, database);
 
   if (context.observer)
     context.observer->stage_done(STAGE_CAPTURED, 0);

@@ -10,7 +10,7 @@ namespace twi {
 
 ExporterContext::ExporterContext(Allocator& a, ExportSettings& s)
     : allocator(&a), log(a), settings(&s), unit_scale(internal_unit_in_metres()),
-      selection(a.make_new<MSelectionList>()), observer(nullptr) {}
+      selection(a.make_new<MSelectionList>()), observer(nullptr), animated(a) {}
 
 ExporterContext::~ExporterContext() { allocator->make_delete(selection); }
 

@@ -9,9 +9,11 @@
 // MGlobal::displayInfo call and empties the buffer, keeping its storage.
 #pragma once
 
+#include "foundation/collection/string.h"
 #include "foundation/collection/vector.h"
 #include "foundation/memory/allocator.h"
 
+#include <maya/MDagPathArray.h>
 #include <maya/MSelectionList.h>
 
 namespace twi {
@@ -43,6 +45,15 @@ protected:
   ~ExportObserver() {}
 };
 
+// The nodes whose animation is sampled after the walk, in the order the
+// walk met them (see animation_export.h).
+struct AnimatedNodes {
+  foundation::Vector<foundation::String> names;
+  MDagPathArray paths;
+  foundation::Vector<bool> world_space; // sampled as world matrices
+  explicit AnimatedNodes(Allocator& a) : names(a), world_space(a) {}
+};
+
 struct ExporterContext {
   Allocator* allocator;            // everything the export creates
   foundation::Vector<char> log;    // the message buffer
@@ -50,6 +61,7 @@ struct ExporterContext {
   float unit_scale;                // metres per Maya internal unit
   MSelectionList* selection;       // filled by the driver
   ExportObserver* observer;        // null unless an export is being measured
+  AnimatedNodes animated;          // filled by the walk, sampled after it
 
   ExporterContext(Allocator& a, ExportSettings& s);
   ~ExporterContext();

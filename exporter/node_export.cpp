@@ -50,11 +50,15 @@ bool export_subtree(ExporterContext& context, SceneDatabase& database, const cha
   append_log(context, "\n");
   show_log(context);
 
+  // A root whose DAG parent is a transform (the parent is not exported:
+  // unselected, hidden or a default node) keeps its place in the world: its
+  // world matrix stands for its local one, here and in every sample.
+  const bool world_space = parent[0] == 0 && path.length() > 1;
   float local[16];
-  store_matrix(node.transformationMatrix(), context.unit_scale, local);
+  store_matrix(world_space ? path.inclusiveMatrix() : node.transformationMatrix(), context.unit_scale, local);
 
   if (context.settings->has_time_range)
-    sample_animation(context, database, name.c_str(), path);
+    record_animation(context, name.c_str(), path, world_space);
 
   Vector<String> geometries(allocator);
   if (path.hasFn(MFn::kMesh)) {

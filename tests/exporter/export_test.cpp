@@ -190,6 +190,36 @@ TEST_F(Export, ARejectedChildCutsItsSubtreeWhichComesBackAsARoot) {
   EXPECT_STREQ("", node(db, "grandchild").parent.c_str());
 }
 
+// A node exported without its parent (here: only the knee is selected) stays
+// where it is in Maya: its world matrix stands for its local one, in the
+// static matrix and in every sample (a literal reading would move the knee
+// to its local offset from the world's origin).
+TEST_F(Export, ARootCutOffFromItsParentKeepsItsPlaceInTheWorld) {
+  set_playback_range(1, 25); // one second: 31 samples, the last on frame 25
+  MObject hip = joint("hip", MObject(), {0, 100, 0});
+  MObject knee = joint("knee", hip, {0, -50, 0});
+  key(hip, "tx", 1, 0);
+  key(hip, "tx", 25, 30);
+  select({knee});
+  SceneDatabase& db = exported("-s");
+  ASSERT_EQ((std::vector<std::string>{"knee"}), roots(db));
+  const twi::SceneNode& k = node(db, "knee");
+  EXPECT_FLOAT_EQ(0.0f, k.local[12]);
+  EXPECT_FLOAT_EQ(0.5f, k.local[13]) << "100 cm - 50 cm above the origin";
+  ASSERT_EQ(1u, db.animations.size());
+  const twi::SceneAnimation& a = db.animations[0];
+  const float* samples = reinterpret_cast<const float*>(a.stream.data.data());
+  ASSERT_EQ(31u, a.stream.size);
+  EXPECT_NEAR(0.0f, samples[12], 1e-6f) << "frame 1";
+  const float* last = samples + 16 * 30;
+  EXPECT_NEAR(0.3f, last[12], 1e-5f) << "frame 25: the hip has moved 30 cm, and the knee with it";
+  EXPECT_FLOAT_EQ(0.5f, last[13]);
+
+  // Exported with its parent, the knee keeps its local matrix.
+  SceneDatabase& both = exported();
+  EXPECT_FLOAT_EQ(-0.5f, node(both, "knee").local[13]);
+}
+
 TEST_F(Export, LocalMatricesInMetresWithChildrenInIndexOrder) {
   set_playback_range(1, 1);
   MObject parent = transform("parent", MObject(), {100, 0, 0}, {0, 0, 90}, {2, 2, 2});

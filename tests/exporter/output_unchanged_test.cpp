@@ -53,3 +53,55 @@ TEST_F(OutputUnchanged, AnimatedJoints) {
   bench_scenes::animated_joints(20, 10);
   check("animated_joints");
 }
+
+// Animated scenes with many nodes, odd frame rates and ranges that do not
+// fall on the 1/30 s grid: sampling every node in one pass over time must
+// give the very text that sampling node by node gave (recorded with the
+// node-by-node sampler).
+namespace {
+
+// Chains of joints under groups, keyed on several channels; `fps_unit`
+// gives the scene's frame rate, the range is in its frames.
+void animated_chains(MTime::Unit fps_unit, double first, double last, int chains, int length, unsigned seed) {
+  using namespace mayasim::builder;
+  new_scene();
+  set_scene_file("/projects/tests/animated_chains.mb");
+  set_time_unit(fps_unit);
+  set_playback_range(first, last);
+  set_current_frame(first + 1);
+  bench_scenes::Random random(seed);
+  for (int c = 0; c < chains; ++c) {
+    MObject group = transform("group" + std::to_string(c), MObject(), {double(c) * 40.0, 0, 0});
+    key(group, "ty", first, 0);
+    key(group, "ty", last, 20.0 * random.next());
+    MObject parent = group;
+    for (int j = 0; j < length; ++j) {
+      std::string name = "c" + std::to_string(c) + "_j" + std::to_string(j);
+      parent = joint(name, parent, {0, 7.5, 0}, {0, 0, 10.0 * random.next()});
+      key(parent, "rz", first, 0);
+      key(parent, "rz", first + (last - first) * random.next(), 120.0 * random.next() - 60.0);
+      key(parent, "rz", last, 5.0);
+      key(parent, "rx", first + 0.5, 30.0 * random.next());
+      key(parent, "sy", last - 0.25, 1.0 + random.next());
+    }
+  }
+}
+
+} // namespace
+
+TEST_F(OutputUnchanged, ManyNodesAtPalFrames) {
+  animated_chains(MTime::kPALFrame, 3, 47, 5, 10, 11);
+  check("chains_pal");
+}
+
+TEST_F(OutputUnchanged, FractionalFilmRange) {
+  animated_chains(MTime::kFilm, 1.5, 13.25, 3, 9, 12);
+  check("chains_film_fraction");
+}
+
+TEST_F(OutputUnchanged, ShowScanAndGamesRates) {
+  animated_chains(MTime::kShowScan, 10, 11, 2, 5, 13);
+  check("chains_showscan");
+  animated_chains(MTime::kGames, 0, 40, 3, 6, 14);
+  check("chains_games");
+}
