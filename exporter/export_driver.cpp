@@ -73,6 +73,27 @@ int count_exportable(ExporterContext& context) {
   return count;
 }
 
+// A skin whose joints were not exported (left out of the selection, hidden)
+// is written as it is, naming joints the document lacks: say so.
+void warn_about_missing_joints(ExporterContext& context, const SceneDatabase& database) {
+  for (auto it = database.skins.begin(); it != database.skins.end(); ++it) {
+    bool first = true;
+    for (const SkinJoint& joint : it.value().joints) {
+      if (database.nodes.has(joint.name.c_str()))
+        continue;
+      append_log(context, first ? "Warning: skin " : ", ");
+      if (first) {
+        append_log(context, it.key().c_str());
+        append_log(context, " uses joints that are not exported: ");
+      }
+      append_log(context, joint.name.c_str());
+      first = false;
+    }
+    if (!first)
+      append_log(context, ". The document names them but holds no nodes for them.\n");
+  }
+}
+
 void write_file(const char* path, const TextChunks& text) {
   TraceAllocator allocator("file_system", memory_globals::default_allocator());
   FileSystem fs(allocator, "");
@@ -141,6 +162,7 @@ bool export_scene(ExporterContext& context) {
   }
   // Every exported node's animation, in one pass over time.
   sample_animations(context, database);
+  warn_about_missing_joints(context, database);
 
   if (context.observer)
     context.observer->stage_done(STAGE_CAPTURED, 0);

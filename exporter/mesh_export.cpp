@@ -10,10 +10,14 @@
 #include <maya/MFloatVectorArray.h>
 #include <maya/MFn.h>
 #include <maya/MFnDagNode.h>
+#include <maya/MFnDependencyNode.h>
 #include <maya/MFnMesh.h>
 #include <maya/MFnSkinCluster.h>
 #include <maya/MItDependencyNodes.h>
 #include <maya/MPointArray.h>
+
+#include <stdio.h>
+#include <string>
 
 using namespace foundation;
 
@@ -48,6 +52,56 @@ void copy_vectors(Vector<GeometryStream>& streams, const char* name, const MFloa
     out[3 * i + 1] = vectors[i].y;
     out[3 * i + 2] = vectors[i].z;
   }
+}
+
+// Appends "  - <what>: the mesh needs N, its input holds M" when the shape
+// in the DAG needs more values than the skin cluster's input shape holds.
+void compare_count(const char* what, unsigned needed, unsigned held, std::string& differences) {
+  if (needed <= held)
+    return;
+  char line[256];
+  snprintf(line, sizeof(line), "%s %u %s, the input %u", differences.empty() ? "" : ";", needed, what, held);
+  differences += line;
+}
+
+// A skinned mesh is read from the skin cluster's input shape, but its
+// triangles and their ids come from the shape in the DAG: the ids index the
+// input's arrays, which must hold every value they reach. Edits made after
+// binding (UVs, colours) make the two disagree.
+bool shapes_agree(ExporterContext& context, const MDagPath& shape_path, MeshCapture& capture) {
+  MFnMesh deformed(shape_path);
+  const Vector<GeometryStream>& streams = capture.geometry.streams;
+  std::string differences;
+  uint32_t s = 0;
+  compare_count("vertices", unsigned(deformed.numVertices()), streams[s++].size, differences);
+  compare_count("normals", unsigned(deformed.numNormals()), streams[s++].size, differences);
+  if (capture.has_binormals || capture.has_tangents) {
+    MFloatVectorArray tangents;
+    deformed.getTangents(tangents, MSpace::kObject);
+    uint32_t held = streams[s].size;
+    s += (capture.has_binormals ? 1 : 0) + (capture.has_tangents ? 1 : 0);
+    compare_count("tangents", tangents.length(), held, differences);
+  }
+  if ((capture.has_rgb || capture.has_alpha) && s < streams.size() &&
+      (streams[s].channels[0].name == "COLOR" || streams[s].channels[0].name == "ALPHA")) {
+    compare_count("colours", unsigned(deformed.numColors(capture.color_set)), streams[s].size, differences);
+    s += (capture.has_rgb ? 1 : 0) + (capture.has_alpha ? 1 : 0);
+  }
+  for (unsigned k = 0; k < capture.uv_sets.length() && s < streams.size(); ++k, ++s) {
+    std::string what = std::string("UVs in ") + capture.uv_sets[k].asUTF8();
+    compare_count(what.c_str(), unsigned(deformed.numUVs(capture.uv_sets[k])), streams[s].size, differences);
+  }
+  if (differences.empty())
+    return true;
+  append_log(context, "Skinned mesh ");
+  append_log(context, MFnDagNode(shape_path).name().asUTF8());
+  append_log(context, " and its skin cluster's input shape ");
+  append_log(context, MFnDependencyNode(capture.input_shape).name().asUTF8());
+  append_log(context, " disagree: the mesh has");
+  append_log(context, differences.c_str());
+  append_log(context, ". Edits made after binding the skin (UVs, colours) must be made on the input shape, "
+                      "or the skin bound again.\n");
+  return false;
 }
 
 } // namespace
@@ -191,6 +245,8 @@ bool export_mesh(ExporterContext& context, SceneDatabase& database, const char* 
   append_log(context, "  - Geometry\n");
   show_log(context);
   if (!capture_streams(context, mesh, capture))
+    return false;
+  if (capture.skinned && !shapes_agree(context, shape_path, capture))
     return false;
 
   // Scratch for the topology: given back in one piece when the mesh is done.

@@ -96,6 +96,9 @@ struct MeshDesc {
 // A mesh shape under `transform`, assigned to initialShadingGroup; returns
 // the shape. Without UV sets in `desc` it has Maya's map1, empty.
 OPENMAYA_EXPORT MObject mesh(const MObject& transform, const std::string& shape_name, const MeshDesc& desc);
+// Replaces the UV set of that name on the mesh of `node` (or adds it), as an
+// edit in Maya's UV editor does.
+OPENMAYA_EXPORT void set_uv_set(const MObject& node, const UvSetDesc& set);
 // Moves the points of the mesh of `node` (a transform or mesh), as a
 // deformer does to its output shape.
 OPENMAYA_EXPORT void set_points(const MObject& node, const std::vector<MPoint>& points);

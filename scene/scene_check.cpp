@@ -165,10 +165,23 @@ private:
 
 } // namespace
 
-bool check_scene(const SceneDatabase& database, Vector<String>& problems) {
+bool check_scene(const SceneDatabase& database, Vector<String>& problems, Vector<String>* warnings) {
   uint32_t before = problems.size();
   Checker checker(database, problems);
   checker.run();
+  if (warnings) {
+    for (auto it = database.skins.begin(); it != database.skins.end(); ++it) {
+      const Vector<SkinJoint>& joints = it.value().joints;
+      for (uint32_t j = 0; j < joints.size(); ++j) {
+        if (database.nodes.has(joints[j].name.c_str()))
+          continue;
+        char line[1024];
+        snprintf(line, sizeof(line), "skin %s > joint %u: no node named %s (the joint was not exported)",
+                 it.key().c_str(), j, joints[j].name.c_str());
+        warnings->push_back_default() = line;
+      }
+    }
+  }
   return problems.size() == before;
 }
 

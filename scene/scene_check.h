@@ -17,7 +17,10 @@
 
 namespace twi {
 
-// Appends one text per violation to `problems`; returns whether there was none.
-bool check_scene(const SceneDatabase& database, Vector<String>& problems);
+// Appends one text per violation to `problems`; returns whether there was
+// none. What is allowed but probably unintended goes to `warnings` when it
+// is given: a skin whose joints are not nodes of the document (their nodes
+// were not exported).
+bool check_scene(const SceneDatabase& database, Vector<String>& problems, Vector<String>* warnings = nullptr);
 
 } // namespace twi

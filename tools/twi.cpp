@@ -205,7 +205,11 @@ int run_check(int argc, char** argv) {
     return 1;
   }
   Vector<String> problems(memory_globals::default_allocator());
-  if (twi::check_scene(db, problems)) {
+  Vector<String> warnings(memory_globals::default_allocator());
+  bool valid = twi::check_scene(db, problems, &warnings);
+  for (const String& w : warnings)
+    fprintf(stderr, "%s: warning: %s\n", path, w.c_str());
+  if (valid) {
     printf("ok\n");
     return 0;
   }

@@ -214,6 +214,30 @@ void set_points(const MObject& node, const std::vector<MPoint>& points) {
   m.changed();
 }
 
+void set_uv_set(const MObject& node, const UvSetDesc& desc) {
+  MeshData& m = *mesh_shape(node)->mesh;
+  UvSet set;
+  set.name = desc.name;
+  set.u = desc.u;
+  set.v = desc.v;
+  if (desc.ids.empty()) {
+    for (const auto& p : m.polygons)
+      for (int id : p)
+        set.face_vertex_ids.push_back(id);
+  } else {
+    set.face_vertex_ids = desc.ids;
+  }
+  set.face_vertex_ids.resize(size_t(m.face_vertex_count()), -1);
+  for (UvSet& existing : m.uv_sets)
+    if (existing.name == set.name) {
+      existing = set;
+      m.changed();
+      return;
+    }
+  m.uv_sets.push_back(set);
+  m.changed();
+}
+
 void remove_shading(const MObject& node) { mesh_shape(node)->mesh->shading.clear(); }
 
 MeshDesc cube(double size, Normals normals) {

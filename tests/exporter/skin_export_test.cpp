@@ -164,3 +164,50 @@ TEST_F(SkinExport, SkinFailuresNameTheirReason) {
   EXPECT_EQ("Skin has no vertex with a positive weight.\nFailed exporting skin\nFailed exporting node.\n",
             failed_export());
 }
+
+// UVs edited on the deformed shape after binding: the shape's UV ids reach
+// past what the input shape holds. The mesh fails naming both shapes (read
+// literally, the ids would index the input's arrays, wrongly or past the end).
+TEST_F(SkinExport, ShapesThatDisagreeAfterBindingFailNamingBoth) {
+  MObject body = skinned_strip(2, 2, weights_for(6, 2, {}));
+  UvSetDesc edited;
+  edited.name = "map1";
+  for (int i = 0; i < 12; ++i) {
+    edited.u.push_back(float(i) / 12.0f);
+    edited.v.push_back(0.5f);
+  }
+  edited.ids = {0, 2, 4, 6, 8, 10, 11, 9}; // two quads, every corner its own UV
+  set_uv_set(find("stripShape"), edited);
+  EXPECT_EQ("Skinned mesh stripShape and its skin cluster's input shape stripShapeOrig disagree: the mesh has 8 "
+            "tangents, the input 6; 12 UVs in map1, the input 6. Edits made after binding the skin (UVs, colours) must be made on the input "
+            "shape, or the skin bound again.\nFailed exporting node.\n",
+            failed_export());
+  // The same edit on the input shape too: they agree again.
+  set_uv_set(find("stripShapeOrig"), edited);
+  EXPECT_EQ(12u, exported().geometries.find("strip").value().streams[4].size);
+  (void)body;
+}
+
+// Exporting a skinned mesh without its joints (only the mesh selected): the
+// skin names joints the document lacks, and the log says so.
+TEST_F(SkinExport, ASkinWhoseJointsAreNotExportedIsReported) {
+  skinned_strip(2, 2, weights_for(6, 2, {}));
+  select({find("strip")});
+  SceneDatabase& db = exported("-s");
+  EXPECT_FALSE(db.nodes.has("j0"));
+  ASSERT_TRUE(db.skins.has("strip"));
+  std::string log;
+  for (const std::string& line : info_lines(host))
+    log += line;
+  EXPECT_NE(std::string::npos, log.find("Warning: skin strip uses joints that are not exported: j0, j1. The document "
+                                        "names them but holds no nodes for them.\n"))
+      << log;
+  // With the joints selected too, no warning.
+  host.clear_script_editor();
+  select({find("strip"), find("j0"), find("j1")});
+  exported("-s");
+  log.clear();
+  for (const std::string& line : info_lines(host))
+    log += line;
+  EXPECT_EQ(std::string::npos, log.find("Warning: skin")) << log;
+}

@@ -149,3 +149,20 @@ TEST(TwiTool, JsonLosesNoValue) {
   EXPECT_EQ(0, json.status) << json.output;
   EXPECT_EQ("{ \"a\" : [ 1.5e-07, 0.1, 16777216, -3.4e+38, 1e-40], \"s\" : \"tab\\u0009here\"}\n", json.output);
 }
+
+// A skin naming joints that are not nodes of the document is allowed (the
+// joints were not exported) but worth a warning; the document is still ok.
+TEST(TwiTool, CheckWarnsAboutSkinJointsThatAreNotNodes) {
+  test::TempDirectory dir;
+  twi::SceneDatabase db(memory_globals::default_allocator());
+  test::fill_full_database(db);
+  db.skins.get_or_insert("hip").joints.push_back_default().name = "ghost";
+  test::write_file(dir.file("ghost.twi"), document_text(db));
+  ToolRun r = run_twi("check " + dir.file("ghost.twi"));
+  EXPECT_EQ(0, r.status) << r.output;
+  EXPECT_NE(std::string::npos,
+            r.output.find(dir.file("ghost.twi") + ": warning: skin hip > joint 1: no node named ghost (the joint was "
+                                                  "not exported)\n"))
+      << r.output;
+  EXPECT_NE(std::string::npos, r.output.find("ok\n"));
+}
