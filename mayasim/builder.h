@@ -135,7 +135,8 @@ OPENMAYA_EXPORT MObject skin_cluster(const std::string& name, const MObject& tra
                                      const std::vector<std::vector<double>>& weights,
                                      const std::vector<unsigned>& logical_indices = {});
 
-// A linear key on a transform channel ("tx" .. "sz"; rotations in degrees).
+// A linear key on a transform channel ("tx" .. "sz"; rotations in degrees);
+// a key at a frame that already has one replaces it, as setKeyframe does.
 OPENMAYA_EXPORT void key(const MObject& transform, const std::string& channel, double frame, double value);
 OPENMAYA_EXPORT void set_time_unit(MTime::Unit unit);
 OPENMAYA_EXPORT void set_playback_range(double start_frame, double end_frame);

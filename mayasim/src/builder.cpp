@@ -438,9 +438,16 @@ void key(const MObject& transform_node, const std::string& channel, double frame
   double v = channel[0] == 'r' ? value * DEGREES : value;
   AnimationCurve& curve = n->curves[channel];
   auto it = curve.keys.begin();
-  while (it != curve.keys.end() && it->first < seconds)
+  while (it != curve.keys.end() && it->time < seconds)
     ++it;
-  curve.keys.insert(it, std::make_pair(seconds, v));
+  AnimKey k;
+  k.time = seconds;
+  k.value = v;
+  if (it != curve.keys.end() && it->time == seconds)
+    *it = k;
+  else
+    curve.keys.insert(it, k);
+  curve.prepare();
 }
 
 void set_time_unit(MTime::Unit unit) { scene().time_unit = unit; }

@@ -16,24 +16,6 @@ void release(ApiObject* o) {
     delete o;
 }
 
-double AnimationCurve::evaluate(double seconds) const {
-  if (keys.empty())
-    return 0;
-  if (seconds <= keys.front().first)
-    return keys.front().second;
-  if (seconds >= keys.back().first)
-    return keys.back().second;
-  for (size_t i = 1; i < keys.size(); ++i) {
-    if (seconds <= keys[i].first) {
-      const auto& a = keys[i - 1];
-      const auto& b = keys[i];
-      double t = (seconds - a.first) / (b.first - a.first);
-      return a.second + (b.second - a.second) * t;
-    }
-  }
-  return keys.back().second;
-}
-
 void MeshData::finish_topology() {
   face_offsets.clear();
   int offset = 0;

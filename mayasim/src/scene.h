@@ -8,6 +8,8 @@
 // index; connections join plugs.
 #pragma once
 
+#include "anim_curve.h"
+
 #include <maya/MDistance.h>
 #include <maya/MColor.h>
 #include <maya/MFloatVector.h>
@@ -33,12 +35,6 @@ struct ApiObject {
 
 void retain(ApiObject* o);
 void release(ApiObject* o);
-
-// Linear keys on one channel of a transform; frames in the scene's time unit.
-struct AnimationCurve {
-  std::vector<std::pair<double, double>> keys; // (time in seconds, value)
-  double evaluate(double seconds) const;
-};
 
 struct ColorSet {
   std::string name;
