@@ -1,11 +1,14 @@
 // twi-export: runs the twi_exporter plug-in module in mayasim, as Maya would.
 //
 //   twi-export demo:NAME -o OUT.twi [options]
+//   twi-export SCENE.ma -o OUT.twi [options]
+//   twi-export SCENE.ma --list
 //   twi-export --list-demos
 //
-// It loads the plug-in through mayasim's host, builds the scene, sets the
-// selection and playback range, runs twi_export (or the translator), prints
-// what the script editor shows, and exits 0 when the export succeeded.
+// It loads the plug-in through mayasim's host, builds the scene (or loads a
+// Maya ASCII file), sets the selection and playback range, runs twi_export
+// (or the translator), prints what the script editor shows, and exits 0 when
+// the export succeeded.
 #include "demo_scenes.h"
 
 #include "foundation/error/error.h"
@@ -17,6 +20,7 @@
 #include "foundation/utility/timer.h"
 #include "mayasim/builder.h"
 #include "mayasim/host.h"
+#include "mayasim/maya_ascii.h"
 
 #include <maya/MAnimControl.h>
 #include <maya/MTime.h>
@@ -32,13 +36,21 @@ namespace {
 
 const char* const USAGE =
     "usage: twi-export demo:NAME -o OUT.twi [options]\n"
+    "       twi-export SCENE.ma -o OUT.twi [options]\n"
+    "       twi-export SCENE.ma|demo:NAME --list\n"
     "       twi-export --list-demos\n"
     "\n"
-    "Exports a built-in scene through the twi_exporter plug-in running in mayasim\n"
-    "and prints what Maya's script editor would show.\n"
+    "Exports a built-in scene, or a Maya ASCII file saved by Maya, through the\n"
+    "twi_exporter plug-in running in mayasim and prints what Maya's script editor\n"
+    "would show. A .ma file is loaded as File > Open would; what mayasim cannot\n"
+    "evaluate in it (construction history other than polyCube, polyPlane,\n"
+    "polySphere and polyCylinder, constraints, expressions) is printed as a\n"
+    "warning naming the node, and a mesh it cannot evaluate fails the export.\n"
     "\n"
     "options:\n"
-    "  -o, --output FILE     the twi file to write (required)\n"
+    "  -o, --output FILE     the twi file to write (required to export)\n"
+    "  --list                print the scene as loaded (its DAG, meshes, skins,\n"
+    "                        animation, shading) and its warnings; no export\n"
     "  --selected            export the selected nodes only (-s; Export Selection\n"
     "                        with --translator)\n"
     "  --hidden              export hidden nodes too (-h)\n"
@@ -74,6 +86,7 @@ const unsigned MAX_SAMPLES = 1000000;
 struct Options {
   std::string scene;
   std::string output;
+  bool list = false;
   bool selected = false;
   bool hidden = false;
   bool animations = false;
@@ -171,6 +184,8 @@ int parse(int argc, char** argv, Options& o) {
     if (a == "-o" || a == "--output") {
       if (!value(o.output))
         return usage_error("%s needs a file name", a.c_str());
+    } else if (a == "--list") {
+      o.list = true;
     } else if (a == "--selected") {
       o.selected = true;
     } else if (a == "--hidden") {
@@ -239,8 +254,14 @@ int parse(int argc, char** argv, Options& o) {
     }
   }
   if (o.scene.empty())
-    return usage_error("%s", "no scene given: name one as demo:NAME (see --list-demos)");
-  if (o.output.empty())
+    return usage_error("%s", "no scene given: name a .ma file, or a built-in scene as demo:NAME (see --list-demos)");
+  bool ma = o.scene.size() > 3 && (o.scene.compare(o.scene.size() - 3, 3, ".ma") == 0 ||
+                                   o.scene.compare(o.scene.size() - 3, 3, ".MA") == 0);
+  if (o.scene.compare(0, 5, "demo:") != 0 && !ma)
+    return usage_error("scenes are Maya ASCII files (.ma; save a .mb scene as Maya ASCII), or built-in ones "
+                       "named demo:NAME, not \"%s\"",
+                       o.scene.c_str());
+  if (o.output.empty() && !o.list)
     return usage_error("%s", "no output file given: add -o OUT.twi");
   if (!o.translator_options.empty() && !o.translator)
     return usage_error("%s", "--options goes with --translator");
@@ -348,15 +369,44 @@ int main(int argc, char** argv) {
   return status;
 }
 
-int export_scene(const Options& o, foundation::ConsoleServer* console) {
-  if (o.scene.compare(0, 5, "demo:") != 0)
-    return usage_error("scenes are built in: name one as demo:NAME (see --list-demos), not \"%s\"",
-                       o.scene.c_str());
-  const tools::DemoScene* demo = tools::find_demo_scene(o.scene.c_str() + 5);
-  if (!demo)
-    return usage_error("there is no scene %s (see --list-demos)", o.scene.c_str());
+// Loads the scene the command line names: a built-in one or a .ma file.
+// 0 when it is loaded; otherwise the exit status.
+int load_scene(const Options& o, std::vector<std::string>& warnings) {
+  if (o.scene.compare(0, 5, "demo:") == 0) {
+    const tools::DemoScene* demo = tools::find_demo_scene(o.scene.c_str() + 5);
+    if (!demo)
+      return usage_error("there is no scene %s (see --list-demos)", o.scene.c_str());
+    demo->build();
+    return 0;
+  }
+  mayasim::MayaAsciiResult result;
+  bool loaded = mayasim::load_maya_ascii(o.scene, result);
+  warnings = result.warnings;
+  if ((!o.quiet && !o.list) || !loaded)
+    for (const std::string& w : result.warnings)
+      printf("Warning: %s\n", w.c_str());
+  fflush(stdout);
+  if (!loaded) {
+    fprintf(stderr, "twi-export: %s\n", result.error.c_str());
+    return 1;
+  }
+  if (!o.quiet && !o.list)
+    printf("twi-export: loaded %s (%zu nodes, %zu warnings)\n", o.scene.c_str(), result.nodes,
+           result.warnings.size());
+  return 0;
+}
 
-  demo->build();
+int export_scene(const Options& o, foundation::ConsoleServer* console) {
+  std::vector<std::string> warnings;
+  if (int status = load_scene(o, warnings))
+    return status;
+  if (o.list) {
+    fputs(mayasim::outline_scene().c_str(), stdout);
+    printf("\n%zu warning%s%s\n", warnings.size(), warnings.size() == 1 ? "" : "s", warnings.empty() ? "" : ":");
+    for (const std::string& w : warnings)
+      printf("  %s\n", w.c_str());
+    return 0;
+  }
   if (o.fps) {
     MTime::Unit unit = MTime::kFilm;
     time_unit_for(o.fps, unit);

@@ -105,3 +105,47 @@ TEST(TwiExportTool, BadCommandLinesExitWithTwo) {
   EXPECT_EQ(2, unknown.status);
   EXPECT_TRUE(contains(unknown.output, "unknown option --frobnicate")) << unknown.output;
 }
+
+TEST(TwiExportTool, ExportsAndListsMayaAsciiScenes) {
+  if (std::string(TW_SHARED_TESTDATA).empty())
+    GTEST_SKIP() << "no shared test data";
+  std::string folder = std::string(TW_SHARED_TESTDATA) + "/maya-ascii/";
+  test::TempDirectory dir;
+  std::string out = dir.file("skin.twi");
+  test::ProgramRun run = run_export(folder + "m2g_SingleJointCubeAnim.ma -o " + out);
+  ASSERT_EQ(0, run.status) << run.output;
+  EXPECT_TRUE(contains(run.output, "twi-export: loaded ")) << run.output;
+  EXPECT_TRUE(contains(run.output, "Exporting Node: skinned_cube\n")) << run.output;
+  EXPECT_EQ(0, run_twi("check " + out).status);
+
+  // --list: the DAG as loaded, then the warnings.
+  test::ProgramRun list = run_export(folder + "m2g_SegmentScaleCompensationTestAnim1.ma --list");
+  ASSERT_EQ(0, list.status) << list.output;
+  EXPECT_TRUE(contains(list.output, "\n  root (transform)\n    rootShape (locator)\n    joint1 (joint; animated:"))
+      << list.output;
+  EXPECT_TRUE(contains(list.output, "pCubeShape2 (mesh: 8 points, 6 faces, 12 triangles; UV set map1 (14); colour "
+                                    "set colorSet1 (24); shaded by initialShadingGroup (6 faces))"))
+      << list.output;
+  EXPECT_TRUE(contains(list.output, "pCubeShape1 (mesh: no geometry)"));
+  EXPECT_TRUE(contains(list.output, "3 warnings:\n  pCubeShape1: geometry comes from polyColorPerVertex3 "
+                                    "(construction history); delete history in Maya before saving, or export it "
+                                    "from Maya.\n"))
+      << list.output;
+
+  // That scene's unevaluated meshes fail its export, after the warnings.
+  test::ProgramRun failed = run_export(folder + "m2g_SegmentScaleCompensationTestAnim1.ma -o " + dir.file("f.twi"));
+  EXPECT_EQ(1, failed.status);
+  EXPECT_TRUE(contains(failed.output, "Warning: pPlaneShape2: geometry comes from polyColorPerVertex1")) << failed.output;
+  EXPECT_TRUE(contains(failed.output, "Failed attaching MFnMesh to |root|joint1|pCube1|pCubeShape1.")) << failed.output;
+
+  // A file that is not Maya ASCII, and one that is not there.
+  std::string fake = dir.file("fake.ma");
+  FILE* f = fopen(fake.c_str(), "wb");
+  ASSERT_TRUE(f);
+  fputs("FOR4 binary", f);
+  fclose(f);
+  test::ProgramRun binary = run_export(fake + " -o " + dir.file("b.twi"));
+  EXPECT_EQ(1, binary.status);
+  EXPECT_TRUE(contains(binary.output, "this is a Maya Binary file")) << binary.output;
+  EXPECT_EQ(1, run_export(dir.file("missing.ma") + " -o " + dir.file("m.twi")).status);
+}

@@ -1,0 +1,78 @@
+// The words of a Maya ASCII file: statements of MEL commands, each a run of
+// words and "strings" ending at a ';' outside a string. Comments run from
+// "//" to the end of the line.
+//
+// The lexer hands out one word at a time, so that a statement holding
+// millions of numbers is never held as a list of them: the command that
+// reads it pulls its values as it goes. Words point into the file's text;
+// nothing is copied until a caller asks for a string's value.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+#include <string>
+#include <string_view>
+
+namespace mayasim {
+namespace maya_ascii {
+
+struct Word {
+  std::string_view text; // a string's text is without its quotes, escapes unresolved
+  bool quoted = false;
+  bool escaped = false; // quoted, with backslash escapes in it
+  unsigned line = 0;
+};
+
+// A quoted word's value with its escapes resolved (\n \t \r \" \\ and any
+// other escaped character as itself).
+std::string string_value(const Word& w);
+
+class Lexer {
+public:
+  Lexer(const char* text, size_t size);
+
+  // Moves to the next statement's first word; false at the end of the text.
+  bool begin_statement();
+  // The next word of the statement; false at its ';' (consumed), at the end
+  // of the text or on an error (see failed()).
+  bool next(Word& w);
+  // Skips what is left of the statement, through its ';'.
+  void finish_statement();
+  // Puts back the word last read, so that the next call to next() gives it
+  // again.
+  void unread(const Word& w);
+
+  // Whether the text broke off or held something no statement can: an
+  // unterminated string, or a statement the file ends inside.
+  bool failed() const { return !_error.empty(); }
+  const std::string& error() const { return _error; }
+  unsigned error_line() const { return _error_line; }
+
+  // Where the current statement starts, for messages.
+  unsigned statement_line() const { return _statement_line; }
+  std::string statement_excerpt() const;
+  // Whether the current statement has ended (its ';' was read).
+  bool statement_ended() const { return _ended; }
+
+  // How far through the text the lexer is.
+  size_t offset() const { return size_t(_p - _begin); }
+
+private:
+  void skip_space();
+  void fail(const std::string& message, unsigned line);
+
+  const char* _begin;
+  const char* _p;
+  const char* _end;
+  unsigned _line = 1;
+  const char* _statement = nullptr;
+  unsigned _statement_line = 0;
+  bool _ended = true;
+  bool _has_unread = false;
+  Word _unread;
+  std::string _error;
+  unsigned _error_line = 0;
+};
+
+} // namespace maya_ascii
+} // namespace mayasim

@@ -1,0 +1,1276 @@
+#include "loader.h"
+
+#include "lexer.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <cmath>
+#include <limits>
+#include <set>
+
+namespace mayasim {
+namespace maya_ascii {
+
+namespace {
+
+const double RADIANS_PER_DEGREE = 0.017453292519943295;
+const double NOT_GIVEN = std::numeric_limits<double>::quiet_NaN();
+
+bool parse_number(std::string_view t, double& v) {
+  if (t == "yes" || t == "on" || t == "true") {
+    v = 1;
+    return true;
+  }
+  if (t == "no" || t == "off" || t == "false") {
+    v = 0;
+    return true;
+  }
+  if (!t.empty() && t[0] == '+')
+    t.remove_prefix(1);
+  if (t.empty())
+    return false;
+  auto r = std::from_chars(t.data(), t.data() + t.size(), v);
+  return r.ec == std::errc() && r.ptr == t.data() + t.size();
+}
+
+struct TimeUnitName {
+  const char* name;
+  MTime::Unit unit;
+};
+
+const TimeUnitName TIME_UNITS[] = {
+    {"game", MTime::kGames},        {"film", MTime::kFilm},          {"pal", MTime::kPALFrame},
+    {"ntsc", MTime::kNTSCFrame},    {"show", MTime::kShowScan},      {"palf", MTime::kPALField},
+    {"ntscf", MTime::kNTSCField},   {"hour", MTime::kHours},         {"min", MTime::kMinutes},
+    {"sec", MTime::kSeconds},       {"millisec", MTime::kMilliseconds},
+};
+
+// "Nfps": the unit of that frame rate, or kInvalid.
+MTime::Unit fps_unit(std::string_view s) {
+  if (s.size() < 4 || s.substr(s.size() - 3) != "fps")
+    return MTime::kInvalid;
+  double rate;
+  if (!parse_number(s.substr(0, s.size() - 3), rate))
+    return MTime::kInvalid;
+  for (int u = int(MTime::kGames); u <= int(MTime::k6000FPS); ++u)
+    if (fabs(1.0 / seconds_per(MTime::Unit(u)) - rate) < 1e-9)
+      return MTime::Unit(u);
+  return MTime::kInvalid;
+}
+
+struct LinearUnitName {
+  const char* name;
+  const char* long_name;
+  MDistance::Unit unit;
+};
+
+const LinearUnitName LINEAR_UNITS[] = {
+    {"mm", "millimeter", MDistance::kMillimeters}, {"cm", "centimeter", MDistance::kCentimeters},
+    {"m", "meter", MDistance::kMeters},            {"km", "kilometer", MDistance::kKilometers},
+    {"in", "inch", MDistance::kInches},            {"ft", "foot", MDistance::kFeet},
+    {"yd", "yard", MDistance::kYards},             {"mi", "mile", MDistance::kMiles},
+};
+
+std::string_view without_root(std::string_view s) {
+  while (!s.empty() && s[0] == ':')
+    s.remove_prefix(1);
+  return s;
+}
+
+std::string quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
+
+class Runner {
+public:
+  Runner(const char* text, size_t size, FileScene& f) : _lex(text, size), _f(f), _size(size) {}
+  bool run(std::string& error);
+
+private:
+  bool statement(std::string_view command);
+  bool create_node();
+  bool set_attr();
+  bool connect_attr();
+  bool parent();
+  bool select();
+  bool rename();
+  bool current_unit();
+
+  // Attribute values, by the kind of node they are set on.
+  bool assign(int node, const AttrPath& path, std::string_view type);
+  bool transform_attr(FileNode& n, const AttrPath& p, bool& known);
+  bool mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bool& known);
+  bool poly_faces(StoredMesh& m, const AttrPart& range);
+  bool skin_attr(FileNode& n, const AttrPath& p, bool& known);
+  bool curve_attr(FileNode& n, const AttrPath& p, bool& known);
+
+  bool fail(const std::string& what);
+  bool word(Word& w, const char* what);
+  bool has_more();
+  bool numbers(double* out, int count);
+  bool number(double& v);
+  bool integer(int& v, int lo, int hi);
+  bool string_value(std::string& out);
+  bool matrix(MMatrix& m);
+  bool component_list(std::vector<std::string>& out);
+  bool check_index(int64_t last);
+  bool no_more_values();
+
+  int resolve(std::string_view name, int* instance, bool create_defaults);
+  int add_node(Node* n, const std::string& type_name, NodeType t, unsigned line);
+  bool parse_plug(std::string_view text, Plug& plug);
+
+  Lexer _lex;
+  FileScene& _f;
+  size_t _size;
+  int _current = -1;
+  std::string _error;
+  std::set<std::string> _skipped_commands;
+};
+
+bool Runner::fail(const std::string& what) {
+  if (_error.empty())
+    _error = _f.file_name + ":" + std::to_string(_lex.statement_line()) + ": " + _lex.statement_excerpt() + ": " + what;
+  return false;
+}
+
+bool Runner::word(Word& w, const char* what) {
+  if (_lex.next(w))
+    return true;
+  if (_lex.failed())
+    return false;
+  return fail(std::string("expected ") + what + " before the end of the statement");
+}
+
+bool Runner::has_more() {
+  Word w;
+  if (!_lex.next(w))
+    return false;
+  _lex.unread(w);
+  return true;
+}
+
+bool Runner::number(double& v) {
+  Word w;
+  if (!word(w, "a value"))
+    return false;
+  if (w.quoted || !parse_number(w.text, v))
+    return fail("expected a number, found " + quoted(w.text.substr(0, 40)));
+  return true;
+}
+
+bool Runner::numbers(double* out, int count) {
+  for (int i = 0; i < count; ++i)
+    if (!number(out[i]))
+      return false;
+  return true;
+}
+
+bool Runner::integer(int& v, int lo, int hi) {
+  double d;
+  if (!number(d))
+    return false;
+  if (!(d >= lo && d <= hi) || d != floor(d))
+    return fail("expected a whole number from " + std::to_string(lo) + " to " + std::to_string(hi) + ", found " +
+                std::to_string(d));
+  v = int(d);
+  return true;
+}
+
+bool Runner::no_more_values() {
+  Word w;
+  if (_lex.next(w))
+    return fail("more values than the attribute takes (" + quoted(w.text.substr(0, 40)) + ")");
+  return !_lex.failed();
+}
+
+bool Runner::string_value(std::string& out) {
+  Word w;
+  if (!word(w, "a string"))
+    return false;
+  if (w.quoted) {
+    out = maya_ascii::string_value(w);
+    return true;
+  }
+  // ( "part" + "part" ... ): a long string written in pieces.
+  if (w.text != "(")
+    return fail("expected a string, found " + quoted(w.text.substr(0, 40)));
+  out.clear();
+  for (;;) {
+    if (!word(w, "a string"))
+      return false;
+    if (!w.quoted)
+      return fail("expected a string in ( ... ), found " + quoted(w.text.substr(0, 40)));
+    out += maya_ascii::string_value(w);
+    if (!word(w, "'+' or ')'"))
+      return false;
+    if (w.text == ")" && !w.quoted)
+      return true;
+    if (w.text != "+" || w.quoted)
+      return fail("expected '+' or ')', found " + quoted(w.text.substr(0, 40)));
+  }
+}
+
+bool Runner::matrix(MMatrix& m) {
+  Word w;
+  if (!word(w, "a matrix"))
+    return false;
+  if (w.quoted)
+    return fail("a matrix given as " + quoted(w.text) + " (not sixteen numbers) is not read by mayasim");
+  _lex.unread(w);
+  double v[16];
+  if (!numbers(v, 16))
+    return false;
+  for (int r = 0; r < 4; ++r)
+    for (int c = 0; c < 4; ++c)
+      m[unsigned(r)][unsigned(c)] = v[r * 4 + c];
+  return true;
+}
+
+bool Runner::component_list(std::vector<std::string>& out) {
+  int count;
+  if (!integer(count, 0, 1 << 30))
+    return false;
+  out.clear();
+  for (int i = 0; i < count; ++i) {
+    Word w;
+    if (!word(w, "a component"))
+      return false;
+    out.push_back(std::string(w.text));
+  }
+  return true;
+}
+
+// Arrays are kept dense; an element's index is bounded by the size of the
+// text, so that a short malformed file cannot make the loader allocate what
+// its values could never fill.
+bool Runner::check_index(int64_t last) {
+  if (last > int64_t(_size))
+    return fail("index " + std::to_string(last) + " is larger than a file of " + std::to_string(_size) +
+                " bytes can fill");
+  return true;
+}
+
+int Runner::add_node(Node* n, const std::string& type_name, NodeType t, unsigned line) {
+  FileNode fn;
+  fn.type_name = type_name;
+  fn.type = t;
+  fn.node = n;
+  fn.line = line;
+  switch (t.kind) {
+  case Kind::Mesh:
+    fn.mesh.reset(new StoredMesh);
+    break;
+  case Kind::SkinCluster:
+    fn.skin.reset(new SkinWeights);
+    break;
+  case Kind::AnimCurveTL:
+  case Kind::AnimCurveTA:
+  case Kind::AnimCurveTU:
+  case Kind::AnimCurveOther:
+    fn.curve.reset(new CurveKeys);
+    break;
+  default:
+    break;
+  }
+  int index = int(_f.nodes.size());
+  _f.nodes.push_back(std::move(fn));
+  _f.incoming.emplace_back();
+  _f.outgoing.emplace_back();
+  _f.by_name[n->name].push_back(index);
+  return index;
+}
+
+// A node by name, DAG path ("|group1|pCube1", or a path's tail) or with
+// the root namespace (":time1"). *instance: the number of the DAG path the
+// name gives (0 for a plain name). A node of every Maya scene that this one
+// lacks (":defaultLightSet") is made as a plain default node when
+// `create_defaults` is set.
+int Runner::resolve(std::string_view name, int* instance, bool create_defaults) {
+  if (instance)
+    *instance = 0;
+  bool root_namespace = !name.empty() && name[0] == ':';
+  bool absolute = !name.empty() && name[0] == '|';
+  std::vector<std::string_view> parts;
+  size_t i = 0;
+  while (i <= name.size()) {
+    size_t bar = name.find('|', i);
+    if (bar == std::string_view::npos)
+      bar = name.size();
+    if (bar > i)
+      parts.push_back(without_root(name.substr(i, bar - i)));
+    i = bar + 1;
+  }
+  if (parts.empty() || parts.back().empty()) {
+    fail("no node is named " + quoted(name));
+    return -1;
+  }
+  auto it = _f.by_name.find(std::string(parts.back()));
+  if (it == _f.by_name.end()) {
+    if (create_defaults && root_namespace && parts.size() == 1) {
+      Node* n = scene().create(MFn::kDependencyNode, "unknown", std::string(parts.back()), nullptr);
+      n->is_default = true;
+      return add_node(n, "unknown", NodeType(), 0);
+    }
+    fail("no node is named " + quoted(name));
+    return -1;
+  }
+  const std::vector<int>& candidates = it->second;
+  if (parts.size() == 1 && !absolute) {
+    if (candidates.size() == 1)
+      return candidates[0];
+    fail("more than one node is named " + quoted(name) + "; a DAG path is needed");
+    return -1;
+  }
+  int found = -1, found_instance = 0, matches = 0;
+  for (int c : candidates) {
+    std::vector<Path> paths = all_paths_to(_f.nodes[size_t(c)].node);
+    for (size_t k = 0; k < paths.size(); ++k) {
+      const Path& p = paths[k];
+      if (p.size() < parts.size() || (absolute && p.size() != parts.size()))
+        continue;
+      bool same = true;
+      size_t offset = p.size() - parts.size();
+      for (size_t j = 0; j < parts.size() && same; ++j)
+        same = without_root(p[offset + j]->name) == parts[j];
+      if (same) {
+        ++matches;
+        found = c;
+        found_instance = int(k);
+      }
+    }
+  }
+  if (matches == 0) {
+    fail("no node is at the path " + quoted(name));
+    return -1;
+  }
+  if (matches > 1) {
+    fail("more than one node matches " + quoted(name));
+    return -1;
+  }
+  if (instance)
+    *instance = found_instance;
+  return found;
+}
+
+bool Runner::run(std::string& error) {
+  // The new scene's nodes (world, cameras, lambert1, initialShadingGroup,
+  // time1) are the file's to refer to.
+  for (Node* n : scene().nodes)
+    add_node(n, n->type_name, node_type(n->type_name), 0);
+  while (_lex.begin_statement()) {
+    Word command;
+    if (!_lex.next(command)) {
+      if (_lex.failed())
+        break;
+      continue;
+    }
+    if (command.quoted) {
+      fail("a statement cannot start with a string");
+      break;
+    }
+    if (!statement(command.text))
+      break;
+    if (_error.empty())
+      _lex.finish_statement();
+    if (!_error.empty())
+      break;
+  }
+  if (_error.empty() && _lex.failed())
+    _error = _f.file_name + ":" + std::to_string(_lex.error_line()) + ": " + _lex.statement_excerpt() + ": " +
+             _lex.error();
+  error = _error;
+  return _error.empty();
+}
+
+bool Runner::statement(std::string_view command) {
+  if (command == "createNode")
+    return create_node();
+  if (command == "setAttr")
+    return set_attr();
+  if (command == "connectAttr")
+    return connect_attr();
+  if (command == "parent")
+    return parent();
+  if (command == "select")
+    return select();
+  if (command == "rename")
+    return rename();
+  if (command == "currentUnit")
+    return current_unit();
+  if (command == "file")
+    return fail("the scene references other files; mayasim cannot load references. Import them in Maya "
+                "(Reference Editor: Import Objects from Reference) and save the scene again");
+  if (command == "requires" || command == "fileInfo" || command == "addAttr" || command == "relationship" ||
+      command == "lockNode" || command == "dataStructure" || command == "setKeyframe")
+    return true;
+  // Other MEL: Maya would run it; the loader skips it and says so once.
+  std::string name(command.substr(0, 40));
+  if (_skipped_commands.insert(name).second)
+    _f.warnings.push_back(_f.file_name + ":" + std::to_string(_lex.statement_line()) + ": " + name +
+                          " statements are not read by mayasim; skipped.");
+  return true;
+}
+
+bool Runner::create_node() {
+  Word type_word;
+  if (!word(type_word, "a node type"))
+    return false;
+  std::string type_name(type_word.text);
+  std::string name, parent_name;
+  bool shared = false, has_parent = false;
+  Word w;
+  while (_lex.next(w)) {
+    std::string_view f = w.text;
+    if (w.quoted)
+      return fail("unexpected " + quoted(f));
+    if (f == "-n" || f == "-name") {
+      if (!word(w, "a name"))
+        return false;
+      name = std::string(w.text);
+    } else if (f == "-p" || f == "-parent") {
+      if (!word(w, "a parent"))
+        return false;
+      parent_name = std::string(w.text);
+      has_parent = true;
+    } else if (f == "-s" || f == "-shared") {
+      shared = true;
+    } else if (f == "-ss" || f == "-skipSelect") {
+    } else {
+      return fail("unknown flag " + std::string(f));
+    }
+  }
+  if (_lex.failed())
+    return false;
+  if (name.empty())
+    name = type_name + "1";
+  if (name.find_first_of("|.[] ") != std::string::npos || without_root(name).empty())
+    return fail("a node cannot be named " + quoted(name));
+  name = std::string(without_root(name));
+
+  Node* parent = nullptr;
+  if (has_parent) {
+    int p = resolve(parent_name, nullptr, false);
+    if (p < 0)
+      return false;
+    parent = _f.nodes[size_t(p)].node;
+    if (!parent->dag)
+      return fail(quoted(parent_name) + " is not a DAG node and cannot be a parent");
+  }
+  // A shared node (-s) that the scene has already is the one meant.
+  auto existing = _f.by_name.find(name);
+  if (existing != _f.by_name.end()) {
+    for (int e : existing->second) {
+      Node* n = _f.nodes[size_t(e)].node;
+      bool same_place = !n->dag || (n->parents.empty() ? parent == nullptr || parent == scene().world
+                                                       : n->parents[0] == (parent ? parent : scene().world));
+      if (!same_place)
+        continue;
+      if (shared) {
+        _current = e;
+        return true;
+      }
+      return fail("a node named " + quoted(name) + " already exists there");
+    }
+  }
+  NodeType t = node_type(type_name);
+  bool dag = t.dag || has_parent;
+  MFn::Type api = t.api;
+  if (dag && api == MFn::kDependencyNode)
+    api = MFn::kUnknownDag;
+  Node* n = scene().create(api, type_name.c_str(), name, dag ? (parent ? parent : scene().world) : nullptr);
+  n->is_shared = shared;
+  _current = add_node(n, type_name, t, _lex.statement_line());
+  return true;
+}
+
+bool Runner::set_attr() {
+  Word w;
+  std::string_view type;
+  for (;;) {
+    if (!word(w, "an attribute"))
+      return false;
+    if (w.quoted || w.text.size() < 2 || w.text[0] != '-')
+      break;
+    std::string_view flag = w.text;
+    if (flag == "-av" || flag == "-alteredValue")
+      continue;
+    Word arg;
+    if (flag == "-type") {
+      if (!word(arg, "a type"))
+        return false;
+      type = arg.text;
+      continue;
+    }
+    if (flag == "-s" || flag == "-size" || flag == "-k" || flag == "-keyable" || flag == "-l" || flag == "-lock" ||
+        flag == "-cb" || flag == "-channelBox" || flag == "-ch" || flag == "-capacityHint" || flag == "-ca" ||
+        flag == "-caching") {
+      if (!word(arg, "the flag's value"))
+        return false;
+      continue;
+    }
+    return fail("unknown flag " + std::string(flag));
+  }
+  std::string_view attr = w.text;
+  int node = _current;
+  if (!attr.empty() && attr[0] == '.') {
+    attr.remove_prefix(1);
+  } else {
+    size_t dot = attr.find('.');
+    if (dot == std::string_view::npos)
+      return fail("expected an attribute, found " + quoted(attr));
+    node = resolve(attr.substr(0, dot), nullptr, true);
+    if (node < 0)
+      return false;
+    attr.remove_prefix(dot + 1);
+  }
+  if (node < 0)
+    return fail("no node has been created or selected to set this attribute on");
+  AttrPath path;
+  std::string why;
+  if (!parse_attr_path(attr, _f.nodes[size_t(node)].type.kind, path, why))
+    return fail("the attribute " + quoted(attr) + " has " + why);
+  Word t;
+  if (_lex.next(t)) {
+    if (!t.quoted && t.text == "-type") {
+      if (!word(t, "a type"))
+        return false;
+      type = t.text;
+    } else {
+      _lex.unread(t);
+    }
+  }
+  if (_lex.failed())
+    return false;
+  return assign(node, path, type);
+}
+
+bool Runner::assign(int index, const AttrPath& p, std::string_view type) {
+  FileNode& n = _f.nodes[size_t(index)];
+  if (!has_more())
+    return !_lex.failed(); // a size or flags only
+  bool known = false;
+  bool ok = true;
+  const AttrPart& a = p.parts[0];
+  switch (n.type.kind) {
+  case Kind::Transform:
+  case Kind::Joint:
+    ok = transform_attr(n, p, known);
+    break;
+  case Kind::Mesh:
+    ok = mesh_attr(n, p, type, known);
+    break;
+  case Kind::SkinCluster:
+    ok = skin_attr(n, p, known);
+    break;
+  case Kind::AnimCurveTL:
+  case Kind::AnimCurveTA:
+  case Kind::AnimCurveTU:
+  case Kind::AnimCurveOther:
+    ok = curve_attr(n, p, known);
+    break;
+  case Kind::Tweak:
+    if (p.count == 2 && a.name == "vl" && p.parts[1].name == "vt" && p.parts[1].indexed && !p.parts[1].every) {
+      known = true;
+      for (int64_t i = p.parts[1].first; ok && i <= p.parts[1].last; ++i) {
+        double v[3];
+        ok = numbers(v, 3);
+        if (ok && (v[0] != 0 || v[1] != 0 || v[2] != 0))
+          n.tweaked = true;
+      }
+    }
+    break;
+  case Kind::GroupParts:
+    if (p.count == 1 && a.name == "ic" && !a.indexed) {
+      known = true;
+      ok = component_list(n.components["ic"]);
+    }
+    break;
+  case Kind::PolyCube:
+  case Kind::PolySphere:
+  case Kind::PolyPlane:
+  case Kind::PolyCylinder:
+    if (p.count == 1 && !a.indexed) {
+      if (a.name == "ax") {
+        known = true;
+        n.axis.assign(3, 0.0);
+        ok = numbers(n.axis.data(), 3);
+      } else if (a.name == "w" || a.name == "h" || a.name == "d" || a.name == "r") {
+        known = true;
+        double v;
+        ok = number(v);
+        n.numbers[std::string(a.name)] = v * _f.centimetres_per_unit;
+      } else if (a.name == "sw" || a.name == "sh" || a.name == "sd" || a.name == "sa" || a.name == "sc" ||
+                 a.name == "cuv" || a.name == "rcp") {
+        known = true;
+        int v;
+        ok = integer(v, 0, 1 << 20);
+        n.numbers[std::string(a.name)] = v;
+      }
+    }
+    break;
+  case Kind::TransformGeometry:
+    if (p.count == 1 && !a.indexed && a.name == "txf") {
+      known = true;
+      ok = matrix(n.matrix);
+    } else if (p.count == 1 && !a.indexed && (a.name == "itf" || a.name == "fn")) {
+      known = true;
+      double v;
+      ok = number(v);
+      n.numbers[std::string(a.name)] = v;
+    }
+    break;
+  case Kind::Script:
+    if (p.count == 1 && a.name == "b") {
+      known = true;
+      ok = string_value(n.text);
+    }
+    break;
+  case Kind::Time:
+    if (p.count == 1 && a.name == "o") {
+      known = true;
+      ok = number(_f.current_frame);
+      _f.has_current_frame = ok;
+    }
+    break;
+  case Kind::UnitConversion:
+    if (p.count == 1 && a.name == "cf") {
+      known = true;
+      double v;
+      ok = number(v);
+      n.numbers["cf"] = v;
+    }
+    break;
+  default:
+    if (n.node->dag && p.count == 1 && !a.indexed && (a.name == "v" || a.name == "io")) {
+      known = true;
+      double v;
+      ok = number(v);
+      if (a.name == "v")
+        n.node->bools["visibility"] = v != 0;
+      else
+        n.node->is_intermediate = v != 0;
+    }
+    break;
+  }
+  if (!ok)
+    return false;
+  return known ? no_more_values() : true;
+}
+
+bool Runner::transform_attr(FileNode& n, const AttrPath& p, bool& known) {
+  const AttrPart& a = p.parts[0];
+  if (p.count != 1 || a.indexed)
+    return true;
+  TransformAttributes& x = n.node->xform;
+  const double L = _f.centimetres_per_unit, A = _f.radians_per_unit;
+  struct Vector {
+    const char* name;
+    double* values;
+    double scale;
+    bool joint_only;
+  };
+  const Vector vectors[] = {
+      {"t", x.translate, L, false},
+      {"r", x.rotate, A, false},
+      {"s", x.scale, 1.0, false},
+      {"rp", x.rotate_pivot, L, false},
+      {"sp", x.scale_pivot, L, false},
+      {"rpt", x.rotate_pivot_translate, L, false},
+      {"spt", x.scale_pivot_translate, L, false},
+      {"ra", x.rotate_axis, A, false},
+      {"jo", x.joint_orient, A, true},
+  };
+  for (const Vector& v : vectors) {
+    if (v.joint_only && n.type.kind != Kind::Joint)
+      continue;
+    std::string_view name = a.name;
+    if (name == v.name) {
+      known = true;
+      if (!numbers(v.values, 3))
+        return false;
+      for (int i = 0; i < 3; ++i)
+        v.values[i] *= v.scale;
+      return true;
+    }
+    if (name.size() == strlen(v.name) + 1 && name.substr(0, name.size() - 1) == v.name) {
+      char axis = name.back();
+      if (axis < 'x' || axis > 'z')
+        continue;
+      known = true;
+      double value;
+      if (!number(value))
+        return false;
+      v.values[axis - 'x'] = value * v.scale;
+      return true;
+    }
+  }
+  if (a.name == "sh") {
+    known = true;
+    return numbers(x.shear, 3);
+  }
+  if (a.name == "shxy" || a.name == "shxz" || a.name == "shyz") {
+    known = true;
+    return number(x.shear[a.name == "shxy" ? 0 : a.name == "shxz" ? 1 : 2]);
+  }
+  if (a.name == "ro") {
+    known = true;
+    return integer(x.rotate_order, 0, 5);
+  }
+  double v;
+  if (a.name == "ssc" && n.type.kind == Kind::Joint) {
+    known = true;
+    if (!number(v))
+      return false;
+    x.segment_scale_compensate = v != 0;
+    return true;
+  }
+  if (a.name == "v" || a.name == "io") {
+    known = true;
+    if (!number(v))
+      return false;
+    if (a.name == "v")
+      n.node->bools["visibility"] = v != 0;
+    else
+      n.node->is_intermediate = v != 0;
+  }
+  return true;
+}
+
+bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bool& known) {
+  StoredMesh& m = *n.mesh;
+  const AttrPart& a = p.parts[0];
+  double v;
+  if (p.count == 1 && !a.indexed) {
+    if (a.name == "v" || a.name == "io") {
+      known = true;
+      if (!number(v))
+        return false;
+      if (a.name == "v")
+        n.node->bools["visibility"] = v != 0;
+      else
+        n.node->is_intermediate = v != 0;
+      return true;
+    }
+    if (a.name == "cuvs" || a.name == "ccls") {
+      known = true;
+      return string_value(a.name == "cuvs" ? m.current_uv_set : m.current_color_set);
+    }
+    if (a.name == "vnm") {
+      known = true;
+      return integer(m.normal_method, 0, 3);
+    }
+    return true;
+  }
+  // Arrays of values per element, dense by index.
+  struct Array {
+    const char* name;
+    std::vector<double>* values;
+    int per;
+  };
+  const Array arrays[] = {{"vt", &m.points, 3}, {"pt", &m.tweaks, 3}, {"n", &m.normals, 3}};
+  if (p.count == 1 && a.indexed && !a.every) {
+    for (const Array& arr : arrays) {
+      if (a.name != arr.name)
+        continue;
+      known = true;
+      if (!check_index(a.last))
+        return false;
+      std::vector<double>& out = *arr.values;
+      size_t need = size_t(a.last + 1) * size_t(arr.per);
+      if (out.size() < need)
+        out.resize(need, arr.values == &m.normals ? 1e20 : 0.0);
+      if (arr.values == &m.points)
+        m.has_geometry = true;
+      return numbers(&out[size_t(a.first) * size_t(arr.per)], int(a.last - a.first + 1) * arr.per);
+    }
+    if (a.name == "ed") {
+      known = true;
+      if (!check_index(a.last))
+        return false;
+      if (m.edges.size() < size_t(a.last + 1) * 3)
+        m.edges.resize(size_t(a.last + 1) * 3, -1);
+      m.has_geometry = true;
+      for (int64_t i = a.first * 3; i < (a.last + 1) * 3; ++i)
+        if (!integer(m.edges[size_t(i)], 0, 1 << 30))
+          return false;
+      return true;
+    }
+    if (a.name == "fc") {
+      known = true;
+      if (type != "polyFaces")
+        return fail("expected -type \"polyFaces\" for the faces");
+      m.has_geometry = true;
+      return poly_faces(m, a);
+    }
+    return true;
+  }
+  // uvst[i].uvsn, uvst[i].uvsp[range], clst[i].clsn, clst[i].clsp[range],
+  // clst[i].rprt
+  if (p.count == 2 && a.indexed && !a.every && a.first == a.last && (a.name == "uvst" || a.name == "clst")) {
+    const AttrPart& b = p.parts[1];
+    int set = int(a.first);
+    if (a.name == "uvst" && b.name == "uvsn" && !b.indexed) {
+      known = true;
+      return string_value(m.uv_sets[set].name);
+    }
+    if (a.name == "clst" && b.name == "clsn" && !b.indexed) {
+      known = true;
+      return string_value(m.color_sets[set].name);
+    }
+    if (a.name == "clst" && b.name == "rprt" && !b.indexed) {
+      known = true;
+      return integer(m.color_sets[set].representation, 2, 4);
+    }
+    bool uvs = a.name == "uvst" && b.name == "uvsp";
+    bool colors = a.name == "clst" && b.name == "clsp";
+    if ((uvs || colors) && b.indexed && !b.every) {
+      known = true;
+      if (!check_index(b.last))
+        return false;
+      int per = uvs ? 2 : 4;
+      std::vector<double>& out = uvs ? m.uv_sets[set].uvs : m.color_sets[set].colors;
+      if (out.size() < size_t(b.last + 1) * size_t(per))
+        out.resize(size_t(b.last + 1) * size_t(per), 0.0);
+      return numbers(&out[size_t(b.first) * size_t(per)], int(b.last - b.first + 1) * per);
+    }
+    return true;
+  }
+  // iog[k].og[j].gcl: the faces of a per-face shading assignment.
+  if (p.count == 3 && a.name == "iog" && p.parts[1].name == "og" && p.parts[2].name == "gcl" &&
+      p.parts[1].indexed && !p.parts[1].every && p.parts[1].first == p.parts[1].last && !a.every &&
+      a.first == a.last) {
+    known = true;
+    std::string key = std::to_string(a.indexed ? a.first : 0) + "." + std::to_string(p.parts[1].first);
+    return component_list(n.components[key]);
+  }
+  return true;
+}
+
+bool Runner::poly_faces(StoredMesh& m, const AttrPart& range) {
+  if (!check_index(range.last))
+    return false;
+  if (m.faces.size() < size_t(range.last + 1))
+    m.faces.resize(size_t(range.last + 1));
+  int64_t next_face = range.first;
+  int face = -1;
+  Word w;
+  const int LIMIT = 1 << 30;
+  while (_lex.next(w)) {
+    std::string_view k = w.text;
+    int count;
+    if (k == "f") {
+      if (next_face > range.last)
+        return fail("more faces than .fc[" + std::to_string(range.first) + ":" + std::to_string(range.last) +
+                    "] holds");
+      face = int(next_face++);
+      if (!integer(count, 1, LIMIT))
+        return false;
+      StoredMesh::Face& f = m.faces[size_t(face)];
+      f = StoredMesh::Face();
+      f.given = true;
+      f.edge_begin = int(m.face_edges.size());
+      f.edge_count = count;
+      for (int i = 0; i < count; ++i) {
+        int e;
+        if (!integer(e, -LIMIT, LIMIT - 1))
+          return false;
+        m.face_edges.push_back(e);
+      }
+    } else if (k == "h" || k == "fc" || k == "mf") {
+      // A hole's edges; old-style face colours and UVs: read past them.
+      if (face < 0)
+        return fail(std::string(k) + " before the first face");
+      if (k == "h")
+        ++m.faces[size_t(face)].holes;
+      if (!integer(count, 0, LIMIT))
+        return false;
+      for (int i = 0; i < count; ++i) {
+        int ignored;
+        if (!integer(ignored, -LIMIT, LIMIT - 1))
+          return false;
+      }
+    } else if (k == "mu" || k == "mc") {
+      if (face < 0)
+        return fail(std::string(k) + " before the first face");
+      int set;
+      if (!integer(set, 0, LIMIT) || !integer(count, 0, LIMIT))
+        return false;
+      StoredMesh::FaceMap map{face, set, int(m.map_ids.size()), count};
+      for (int i = 0; i < count; ++i) {
+        int id;
+        if (!integer(id, -1, LIMIT))
+          return false;
+        m.map_ids.push_back(id);
+      }
+      (k == "mu" ? m.uv_maps : m.color_maps).push_back(map);
+    } else {
+      return fail("unknown word " + quoted(k.substr(0, 20)) + " in the faces");
+    }
+  }
+  if (_lex.failed())
+    return false;
+  if (next_face != range.last + 1)
+    return fail("expected " + std::to_string(range.last - range.first + 1) + " faces, found " +
+                std::to_string(next_face - range.first));
+  return true;
+}
+
+bool Runner::skin_attr(FileNode& n, const AttrPath& p, bool& known) {
+  SkinWeights& s = *n.skin;
+  const AttrPart& a = p.parts[0];
+  if (a.name == "wl" && p.count == 2 && p.parts[1].name == "w" && a.indexed && !a.every) {
+    known = true;
+    const AttrPart& b = p.parts[1];
+    if (!check_index(a.last))
+      return false;
+    if (s.weights.size() < size_t(a.last + 1))
+      s.weights.resize(size_t(a.last + 1));
+    if (!b.indexed) {
+      // .wl[0:7].w: per vertex, a count and (influence, weight) pairs.
+      for (int64_t v = a.first; v <= a.last; ++v) {
+        int count;
+        if (!integer(count, 0, 1 << 20))
+          return false;
+        auto& list = s.weights[size_t(v)];
+        list.clear();
+        for (int i = 0; i < count; ++i) {
+          int influence;
+          double weight;
+          if (!integer(influence, 0, 1 << 30) || !number(weight))
+            return false;
+          list.emplace_back(influence, weight);
+        }
+      }
+      return true;
+    }
+    if (b.every || a.first != a.last)
+      return fail("weights of several vertices given by influence range");
+    if (!check_index(b.last))
+      return false;
+    auto& list = s.weights[size_t(a.first)];
+    for (int64_t j = b.first; j <= b.last; ++j) {
+      double weight;
+      if (!number(weight))
+        return false;
+      bool replaced = false;
+      for (auto& e : list)
+        if (e.first == int(j)) {
+          e.second = weight;
+          replaced = true;
+        }
+      if (!replaced)
+        list.emplace_back(int(j), weight);
+    }
+    return true;
+  }
+  if (a.name == "pm" && p.count == 1 && a.indexed && !a.every) {
+    known = true;
+    for (int64_t j = a.first; j <= a.last; ++j)
+      if (!matrix(s.bind_pre_matrices[int(j)]))
+        return false;
+    return true;
+  }
+  if (a.name == "gm" && p.count == 1 && !a.indexed) {
+    known = true;
+    return matrix(s.geometry_matrix);
+  }
+  return true;
+}
+
+bool Runner::curve_attr(FileNode& n, const AttrPath& p, bool& known) {
+  CurveKeys& c = *n.curve;
+  const AttrPart& a = p.parts[0];
+  if (p.count != 1)
+    return true;
+  if (!a.indexed) {
+    int v;
+    if (a.name == "wgt") {
+      double w;
+      known = true;
+      if (!number(w))
+        return false;
+      c.weighted = w != 0;
+    } else if (a.name == "tan") {
+      known = true;
+      if (!integer(v, 0, 1 << 20))
+        return false;
+      c.tangent_type = v;
+    } else if (a.name == "pre" || a.name == "pst") {
+      known = true;
+      if (!integer(v, 0, 5))
+        return false;
+      (a.name == "pre" ? c.pre : c.post) = v;
+    }
+    return true;
+  }
+  if (a.every)
+    return true;
+  if (!check_index(a.last))
+    return false;
+  size_t need = size_t(a.last + 1);
+  if (a.name == "ktv") {
+    known = true;
+    if (c.times.size() < need) {
+      c.times.resize(need, NOT_GIVEN);
+      c.values.resize(need, NOT_GIVEN);
+    }
+    for (int64_t i = a.first; i <= a.last; ++i)
+      if (!number(c.times[size_t(i)]) || !number(c.values[size_t(i)]))
+        return false;
+    return true;
+  }
+  if (a.name == "kit" || a.name == "kot") {
+    known = true;
+    std::vector<int>& out = a.name == "kit" ? c.in_types : c.out_types;
+    if (out.size() < need)
+      out.resize(need, -1);
+    for (int64_t i = a.first; i <= a.last; ++i)
+      if (!integer(out[size_t(i)], 0, 1 << 20))
+        return false;
+    return true;
+  }
+  std::vector<double>* tangent = a.name == "kix"   ? &c.in_x
+                                 : a.name == "kiy" ? &c.in_y
+                                 : a.name == "kox" ? &c.out_x
+                                 : a.name == "koy" ? &c.out_y
+                                                   : nullptr;
+  if (tangent) {
+    known = true;
+    if (tangent->size() < need)
+      tangent->resize(need, NOT_GIVEN);
+    for (int64_t i = a.first; i <= a.last; ++i)
+      if (!number((*tangent)[size_t(i)]))
+        return false;
+  }
+  return true;
+}
+
+bool Runner::parse_plug(std::string_view text, Plug& plug) {
+  size_t dot = text.find('.');
+  if (dot == std::string_view::npos || dot == 0)
+    return fail("expected node.attribute, found " + quoted(text));
+  int instance = 0;
+  plug.node = resolve(text.substr(0, dot), &instance, true);
+  if (plug.node < 0)
+    return false;
+  AttrPath path;
+  std::string why;
+  if (!parse_attr_path(text.substr(dot + 1), _f.nodes[size_t(plug.node)].type.kind, path, why))
+    return fail("the attribute " + quoted(text) + " has " + why);
+  // A shape's instObjGroups without an index is the element of the
+  // instance its path names.
+  if (path.count > 0 && path.parts[0].name == "iog" && !path.parts[0].indexed) {
+    path.parts[0].indexed = true;
+    path.parts[0].first = path.parts[0].last = instance;
+  }
+  plug.attr = path.canonical();
+  return true;
+}
+
+bool Runner::connect_attr() {
+  std::vector<std::string_view> plugs;
+  Word w;
+  while (_lex.next(w)) {
+    if (w.quoted) {
+      plugs.push_back(w.text);
+      continue;
+    }
+    std::string_view f = w.text;
+    if (f == "-na" || f == "-nextAvailable" || f == "-f" || f == "-force")
+      continue;
+    if (f == "-l" || f == "-lock" || f == "-rd" || f == "-referenceDest") {
+      if (!word(w, "the flag's value"))
+        return false;
+      continue;
+    }
+    if (!f.empty() && f[0] != '-') {
+      plugs.push_back(f);
+      continue;
+    }
+    return fail("unknown flag " + std::string(f));
+  }
+  if (_lex.failed())
+    return false;
+  if (plugs.size() != 2)
+    return fail("expected a source and a destination");
+  Connection c;
+  c.line = _lex.statement_line();
+  if (!parse_plug(plugs[0], c.source) || !parse_plug(plugs[1], c.destination))
+    return false;
+  int index = int(_f.connections.size());
+  _f.incoming[size_t(c.destination.node)].push_back(index);
+  _f.outgoing[size_t(c.source.node)].push_back(index);
+  _f.connections.push_back(std::move(c));
+  return true;
+}
+
+bool Runner::parent() {
+  bool add = false, world = false;
+  std::vector<std::string_view> names;
+  Word w;
+  while (_lex.next(w)) {
+    std::string_view f = w.text;
+    if (w.quoted || f.empty() || f[0] != '-') {
+      names.push_back(f);
+    } else if (f == "-add" || f == "-addObject") {
+      add = true;
+    } else if (f == "-w" || f == "-world") {
+      world = true;
+    } else if (f == "-s" || f == "-shape" || f == "-nc" || f == "-noConnections" || f == "-r" ||
+               f == "-relative" || f == "-a" || f == "-absolute" || f == "-nis" || f == "-noInvScale") {
+    } else {
+      return fail("unknown flag " + std::string(f));
+    }
+  }
+  if (_lex.failed())
+    return false;
+  if (names.size() < (world ? 1u : 2u))
+    return fail("expected the nodes and their new parent");
+  Node* new_parent = scene().world;
+  if (!world) {
+    int p = resolve(names.back(), nullptr, false);
+    if (p < 0)
+      return false;
+    new_parent = _f.nodes[size_t(p)].node;
+    names.pop_back();
+    if (!new_parent->dag)
+      return fail(quoted(new_parent->name) + " is not a DAG node");
+  }
+  for (std::string_view name : names) {
+    int c = resolve(name, nullptr, false);
+    if (c < 0)
+      return false;
+    Node* child = _f.nodes[size_t(c)].node;
+    if (!child->dag || child == scene().world)
+      return fail(quoted(name) + " is not a DAG node");
+    for (Node* up = new_parent; up; up = up->parents.empty() ? nullptr : up->parents[0])
+      if (up == child)
+        return fail(quoted(name) + " cannot go below itself");
+    if (!add) {
+      for (Node* old : child->parents) {
+        auto& siblings = old->children;
+        siblings.erase(std::remove(siblings.begin(), siblings.end(), child), siblings.end());
+      }
+      child->parents.clear();
+    } else if (std::find(child->parents.begin(), child->parents.end(), new_parent) != child->parents.end()) {
+      return fail(quoted(name) + " is already below " + quoted(new_parent->name));
+    }
+    child->parents.push_back(new_parent);
+    new_parent->children.push_back(child);
+  }
+  return true;
+}
+
+bool Runner::select() {
+  bool no_expand = false;
+  std::vector<std::string_view> names;
+  Word w;
+  while (_lex.next(w)) {
+    if (w.text == "-ne" || w.text == "-noExpand")
+      no_expand = true;
+    else if (w.quoted || w.text.empty() || w.text[0] != '-')
+      names.push_back(w.text);
+  }
+  if (_lex.failed())
+    return false;
+  if (no_expand && names.size() == 1) {
+    _current = resolve(names[0], nullptr, true);
+    return _current >= 0;
+  }
+  return true;
+}
+
+bool Runner::rename() {
+  std::vector<std::string_view> names;
+  Word w;
+  while (_lex.next(w)) {
+    if (w.text == "-uid" || w.text == "-uuid")
+      return true; // the node's UUID: not kept
+    if (w.quoted || w.text.empty() || w.text[0] != '-')
+      names.push_back(w.text);
+  }
+  if (_lex.failed())
+    return false;
+  if (names.size() != 2)
+    return true;
+  int n = resolve(names[0], nullptr, false);
+  if (n < 0)
+    return false;
+  Node* node = _f.nodes[size_t(n)].node;
+  auto& list = _f.by_name[node->name];
+  list.erase(std::remove(list.begin(), list.end(), n), list.end());
+  node->name = std::string(without_root(names[1]));
+  _f.by_name[node->name].push_back(n);
+  return true;
+}
+
+bool Runner::current_unit() {
+  Word w;
+  while (_lex.next(w)) {
+    std::string_view f = w.text;
+    Word value;
+    if (f == "-l" || f == "-linear") {
+      if (!word(value, "a linear unit"))
+        return false;
+      bool found = false;
+      for (const LinearUnitName& u : LINEAR_UNITS)
+        if (value.text == u.name || value.text == u.long_name) {
+          _f.linear_unit = u.unit;
+          _f.centimetres_per_unit = centimetres_per(u.unit);
+          found = true;
+        }
+      if (!found)
+        return fail("unknown linear unit " + quoted(value.text));
+    } else if (f == "-a" || f == "-angle") {
+      if (!word(value, "an angle unit"))
+        return false;
+      if (value.text == "deg" || value.text == "degree")
+        _f.radians_per_unit = RADIANS_PER_DEGREE;
+      else if (value.text == "rad" || value.text == "radian")
+        _f.radians_per_unit = 1.0;
+      else if (value.text == "min" || value.text == "arcminute")
+        _f.radians_per_unit = RADIANS_PER_DEGREE / 60.0;
+      else if (value.text == "sec" || value.text == "arcsecond")
+        _f.radians_per_unit = RADIANS_PER_DEGREE / 3600.0;
+      else
+        return fail("unknown angle unit " + quoted(value.text));
+    } else if (f == "-t" || f == "-time") {
+      if (!word(value, "a time unit"))
+        return false;
+      MTime::Unit unit = fps_unit(value.text);
+      for (const TimeUnitName& u : TIME_UNITS)
+        if (value.text == u.name)
+          unit = u.unit;
+      if (unit == MTime::kInvalid)
+        return fail("the time unit " + quoted(value.text) +
+                    " has no MTime unit in the Maya API mayasim models (Maya 2017's units)");
+      _f.time_unit = unit;
+    } else if (f == "-ua" || f == "-updateAnimation") {
+      if (!word(value, "the flag's value"))
+        return false;
+    } else {
+      return fail("unknown flag " + std::string(f));
+    }
+  }
+  return !_lex.failed();
+}
+
+} // namespace
+
+bool run_statements(const char* text, size_t size, FileScene& scene, std::string& error) {
+  static const char MAGIC[] = "//Maya ASCII";
+  if (size >= 4 && (std::string_view(text, 4) == "FOR4" || std::string_view(text, 4) == "FOR8")) {
+    error = scene.file_name + ": this is a Maya Binary file; mayasim reads Maya ASCII (.ma) files. Save the scene "
+                              "as Maya ASCII.";
+    return false;
+  }
+  if (size < sizeof(MAGIC) - 1 || std::string_view(text, sizeof(MAGIC) - 1) != MAGIC) {
+    error = scene.file_name + ":1: not a Maya ASCII file (it does not start with \"//Maya ASCII\")";
+    return false;
+  }
+  Runner runner(text, size, scene);
+  return runner.run(error);
+}
+
+} // namespace maya_ascii
+} // namespace mayasim

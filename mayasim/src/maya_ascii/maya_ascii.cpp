@@ -1,0 +1,58 @@
+#include "mayasim/maya_ascii.h"
+
+#include "build.h"
+#include "loader.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <string.h>
+
+namespace mayasim {
+
+bool load_maya_ascii_text(const char* text, size_t size, const std::string& name, MayaAsciiResult& result) {
+  result = MayaAsciiResult();
+  result.bytes = size;
+  new_scene();
+  maya_ascii::FileScene file;
+  file.file_name = name;
+  std::string error;
+  if (!maya_ascii::run_statements(text, size, file, error)) {
+    result.error = error;
+    result.warnings = file.warnings;
+    new_scene();
+    return false;
+  }
+  maya_ascii::build_scene(file);
+  result.warnings = file.warnings;
+  result.nodes = scene().nodes.size();
+  result.connections = file.connections.size();
+  return true;
+}
+
+bool load_maya_ascii(const std::string& path, MayaAsciiResult& result) {
+  FILE* f = fopen(path.c_str(), "rb");
+  if (!f) {
+    result = MayaAsciiResult();
+    result.error = "Cannot open " + path + ": " + strerror(errno);
+    return false;
+  }
+  std::string text;
+  char buffer[1 << 16];
+  size_t got;
+  while ((got = fread(buffer, 1, sizeof(buffer), f)) > 0)
+    text.append(buffer, got);
+  bool read_error = ferror(f) != 0;
+  int saved = errno;
+  fclose(f);
+  if (read_error) {
+    result = MayaAsciiResult();
+    result.error = "Cannot read " + path + ": " + strerror(saved);
+    return false;
+  }
+  if (!load_maya_ascii_text(text.data(), text.size(), path, result))
+    return false;
+  scene().current_file = absolute_path(path);
+  return true;
+}
+
+} // namespace mayasim
