@@ -415,8 +415,14 @@ bool Build::mesh_geometry(int node, StoredMesh& out, std::string& problem, int d
     out = *_results[size_t(node)];
     return true;
   }
-  _state[size_t(node)] = 1;
   const StoredMesh& own = *n.mesh;
+  if (upstream(node, "i") < 0 && own.has_geometry) {
+    // Stored data: read where it is, not kept a second time.
+    out = own;
+    bake_tweaks(out);
+    return true;
+  }
+  _state[size_t(node)] = 1;
   bool ok;
   if (upstream(node, "i") >= 0) {
     std::string up_attr;
@@ -431,9 +437,6 @@ bool Build::mesh_geometry(int node, StoredMesh& out, std::string& problem, int d
       if (!own.current_uv_set.empty())
         out.current_uv_set = own.current_uv_set;
     }
-  } else if (own.has_geometry) {
-    out = own;
-    ok = true;
   } else {
     problem = "it has no geometry: the file stores none for it and nothing is connected to its inMesh";
     ok = false;
@@ -453,14 +456,16 @@ void Build::meshes() {
     FileNode& n = _f.nodes[i];
     if (n.type.kind != Kind::Mesh)
       continue;
-    StoredMesh stored;
+    StoredMesh evaluated;
     std::string problem;
-    if (!mesh_geometry(int(i), stored, problem, 0)) {
+    // A mesh without history is built from its stored data directly.
+    bool stored = upstream(int(i), "i") < 0 && n.mesh->has_geometry;
+    if (!stored && !mesh_geometry(int(i), evaluated, problem, 0)) {
       warn(n.node->name + ": " + problem + ".");
       continue;
     }
     std::unique_ptr<MeshData> data(new MeshData);
-    if (!build_mesh(stored, *data, problem)) {
+    if (!build_mesh(stored ? *n.mesh : evaluated, *data, problem)) {
       warn(n.node->name + ": its geometry cannot be read: " + problem + ".");
       continue;
     }

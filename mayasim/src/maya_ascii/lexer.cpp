@@ -32,6 +32,24 @@ std::string string_value(const Word& w) {
   return out;
 }
 
+namespace {
+
+// Characters that end an unquoted word, and the blanks between words.
+struct CharacterClasses {
+  bool ends_word[256];
+  bool blank[256];
+  CharacterClasses() {
+    for (int c = 0; c < 256; ++c) {
+      blank[c] = c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v';
+      ends_word[c] = blank[c] || c == '\n' || c == ';' || c == '"';
+    }
+  }
+};
+
+const CharacterClasses CLASSES;
+
+} // namespace
+
 Lexer::Lexer(const char* text, size_t size) : _begin(text), _p(text), _end(text + size) {}
 
 void Lexer::fail(const std::string& message, unsigned line) {
@@ -48,7 +66,7 @@ void Lexer::skip_space() {
     if (c == '\n') {
       ++_line;
       ++_p;
-    } else if (c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v') {
+    } else if (CLASSES.blank[static_cast<unsigned char>(c)]) {
       ++_p;
     } else if (c == '/' && _p + 1 < _end && _p[1] == '/') {
       while (_p < _end && *_p != '\n')
@@ -125,12 +143,8 @@ bool Lexer::next(Word& w) {
     return true;
   }
   const char* start = _p;
-  while (_p < _end) {
-    c = *_p;
-    if (c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == ';' || c == '"' || c == '\f' || c == '\v')
-      break;
+  while (_p < _end && !CLASSES.ends_word[static_cast<unsigned char>(*_p)])
     ++_p;
-  }
   w.text = std::string_view(start, size_t(_p - start));
   w.quoted = false;
   w.escaped = false;

@@ -97,6 +97,13 @@ private:
 
   // Attribute values, by the kind of node they are set on.
   bool assign(int node, const AttrPath& path, std::string_view type);
+  // Room for the array an attribute's "-s" says it holds (at most what the
+  // text could fill), so that arrays given in pieces grow once.
+  template <typename T>
+  void reserve(std::vector<T>& v, size_t per) {
+    if (_size_hint > 0)
+      v.reserve(std::min(size_t(_size_hint), _size) * per);
+  }
   bool transform_attr(FileNode& n, const AttrPath& p, bool& known);
   bool mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bool& known);
   bool poly_faces(StoredMesh& m, const AttrPart& range);
@@ -123,6 +130,8 @@ private:
   FileScene& _f;
   size_t _size;
   int _current = -1;
+  int64_t _size_hint = 0;     // the current setAttr's -s
+  int64_t _capacity_hint = 0; // and its -ch (face corners, for faces)
   std::string _error;
   std::set<std::string> _skipped_commands;
 };
@@ -166,6 +175,27 @@ bool Runner::numbers(double* out, int count) {
 }
 
 bool Runner::integer(int& v, int lo, int hi) {
+  // Most whole numbers are plain digits: read them as such; anything else
+  // ("1.0", "yes", "2e1") as a number that must be whole.
+  Word w;
+  if (!word(w, "a value"))
+    return false;
+  const char* p = w.text.data();
+  const char* end = p + w.text.size();
+  bool negative = p < end && *p == '-';
+  p += negative ? 1 : 0;
+  // Up to nine digits cannot overflow.
+  if (!w.quoted && p < end && end - p <= 9) {
+    long long whole = 0;
+    while (p < end && unsigned(*p - '0') < 10)
+      whole = whole * 10 + (*p++ - '0');
+    whole = negative ? -whole : whole;
+    if (p == end && whole >= lo && whole <= hi) {
+      v = int(whole);
+      return true;
+    }
+  }
+  _lex.unread(w);
   double d;
   if (!number(d))
     return false;
@@ -486,6 +516,8 @@ bool Runner::create_node() {
 bool Runner::set_attr() {
   Word w;
   std::string_view type;
+  _size_hint = 0;
+  _capacity_hint = 0;
   for (;;) {
     if (!word(w, "an attribute"))
       return false;
@@ -501,8 +533,24 @@ bool Runner::set_attr() {
       type = arg.text;
       continue;
     }
-    if (flag == "-s" || flag == "-size" || flag == "-k" || flag == "-keyable" || flag == "-l" || flag == "-lock" ||
-        flag == "-cb" || flag == "-channelBox" || flag == "-ch" || flag == "-capacityHint" || flag == "-ca" ||
+    if (flag == "-s" || flag == "-size") {
+      if (!word(arg, "the flag's value"))
+        return false;
+      long long hint = 0;
+      auto r = std::from_chars(arg.text.data(), arg.text.data() + arg.text.size(), hint);
+      _size_hint = r.ec == std::errc() && hint > 0 ? hint : 0;
+      continue;
+    }
+    if (flag == "-ch" || flag == "-capacityHint") {
+      if (!word(arg, "the flag's value"))
+        return false;
+      long long hint = 0;
+      auto r = std::from_chars(arg.text.data(), arg.text.data() + arg.text.size(), hint);
+      _capacity_hint = r.ec == std::errc() && hint > 0 ? std::min<int64_t>(hint, int64_t(_size)) : 0;
+      continue;
+    }
+    if (flag == "-k" || flag == "-keyable" || flag == "-l" || flag == "-lock" ||
+        flag == "-cb" || flag == "-channelBox" || flag == "-ca" ||
         flag == "-caching") {
       if (!word(arg, "the flag's value"))
         return false;
@@ -776,6 +824,7 @@ bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bo
       if (!check_index(a.last))
         return false;
       std::vector<double>& out = *arr.values;
+      reserve(out, size_t(arr.per));
       size_t need = size_t(a.last + 1) * size_t(arr.per);
       if (out.size() < need)
         out.resize(need, arr.values == &m.normals ? 1e20 : 0.0);
@@ -787,6 +836,7 @@ bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bo
       known = true;
       if (!check_index(a.last))
         return false;
+      reserve(m.edges, 3);
       if (m.edges.size() < size_t(a.last + 1) * 3)
         m.edges.resize(size_t(a.last + 1) * 3, -1);
       m.has_geometry = true;
@@ -829,6 +879,7 @@ bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bo
         return false;
       int per = uvs ? 2 : 4;
       std::vector<double>& out = uvs ? m.uv_sets[set].uvs : m.color_sets[set].colors;
+      reserve(out, size_t(per));
       if (out.size() < size_t(b.last + 1) * size_t(per))
         out.resize(size_t(b.last + 1) * size_t(per), 0.0);
       return numbers(&out[size_t(b.first) * size_t(per)], int(b.last - b.first + 1) * per);
@@ -849,6 +900,11 @@ bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bo
 bool Runner::poly_faces(StoredMesh& m, const AttrPart& range) {
   if (!check_index(range.last))
     return false;
+  reserve(m.faces, 1);
+  if (_capacity_hint > 0) {
+    m.face_edges.reserve(size_t(_capacity_hint));
+    m.map_ids.reserve(size_t(_capacity_hint));
+  }
   if (m.faces.size() < size_t(range.last + 1))
     m.faces.resize(size_t(range.last + 1));
   int64_t next_face = range.first;

@@ -6,6 +6,7 @@
 #include <errno.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
 
 namespace mayasim {
 
@@ -36,7 +37,12 @@ bool load_maya_ascii(const std::string& path, MayaAsciiResult& result) {
     result.error = "Cannot open " + path + ": " + strerror(errno);
     return false;
   }
+  // Read whole: sized from the file when it says its size (a pipe does not),
+  // then to its end whatever it said.
   std::string text;
+  struct stat info;
+  if (fstat(fileno(f), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0)
+    text.reserve(size_t(info.st_size) + 1);
   char buffer[1 << 16];
   size_t got;
   while ((got = fread(buffer, 1, sizeof(buffer), f)) > 0)

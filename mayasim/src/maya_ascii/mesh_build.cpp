@@ -79,11 +79,17 @@ void compute_normals(const StoredMesh& s, MeshData& m, const std::vector<int>& c
   // Corners joined across smooth edges share one normal.
   std::vector<int> parent(static_cast<size_t>(corners));
   std::iota(parent.begin(), parent.end(), 0);
-  std::vector<std::pair<int, int>> by_edge; // (edge, corner the edge leaves)
-  by_edge.reserve(size_t(corners));
+  // The corners each edge leaves, grouped by edge (a counting sort).
+  size_t edge_count = s.edges.size() / 3;
+  std::vector<int> first_of_edge(edge_count + 1, 0);
   for (int c = 0; c < corners; ++c)
-    by_edge.emplace_back(corner_edges[size_t(c)], c);
-  std::sort(by_edge.begin(), by_edge.end());
+    ++first_of_edge[size_t(corner_edges[size_t(c)]) + 1];
+  for (size_t e = 0; e < edge_count; ++e)
+    first_of_edge[e + 1] += first_of_edge[e];
+  std::vector<int> by_edge(static_cast<size_t>(corners));
+  std::vector<int> filled(first_of_edge.begin(), first_of_edge.end() - 1);
+  for (int c = 0; c < corners; ++c)
+    by_edge[size_t(filled[size_t(corner_edges[size_t(c)])]++)] = c;
   auto next_corner = [&](int c) {
     int f = face_of[size_t(c)];
     int offset = m.face_offsets[size_t(f)];
@@ -94,15 +100,12 @@ void compute_normals(const StoredMesh& s, MeshData& m, const std::vector<int>& c
     int f = face_of[size_t(c)];
     return m.polygons[size_t(f)][size_t(c - m.face_offsets[size_t(f)])];
   };
-  for (size_t i = 0; i < by_edge.size();) {
-    size_t j = i;
-    while (j < by_edge.size() && by_edge[j].first == by_edge[i].first)
-      ++j;
-    int edge = by_edge[i].first;
-    if (j - i > 1 && s.edges[size_t(edge) * 3 + 2] != 0) {
-      int a = by_edge[i].second;
+  for (size_t edge = 0; edge < edge_count; ++edge) {
+    size_t i = size_t(first_of_edge[edge]), j = size_t(first_of_edge[edge + 1]);
+    if (j - i > 1 && s.edges[edge * 3 + 2] != 0) {
+      int a = by_edge[i];
       for (size_t k = i + 1; k < j; ++k) {
-        int b = by_edge[k].second;
+        int b = by_edge[k];
         // The two corners of each face on this edge, matched by point.
         int a_next = next_corner(a), b_next = next_corner(b);
         if (point_of(a) == point_of(b)) {
@@ -114,7 +117,6 @@ void compute_normals(const StoredMesh& s, MeshData& m, const std::vector<int>& c
         }
       }
     }
-    i = j;
   }
   std::vector<Vec> sums(size_t(corners), Vec{0, 0, 0});
   for (int c = 0; c < corners; ++c) {
@@ -212,6 +214,7 @@ bool build_mesh(const StoredMesh& s, MeshData& m, std::string& problem) {
     }
   }
   std::vector<int> corner_edges;
+  corner_edges.reserve(s.face_edges.size());
   m.polygons.resize(s.faces.size());
   for (size_t f = 0; f < s.faces.size(); ++f) {
     const StoredMesh::Face& face = s.faces[f];
@@ -229,6 +232,7 @@ bool build_mesh(const StoredMesh& s, MeshData& m, std::string& problem) {
       return false;
     }
     std::vector<int>& poly = m.polygons[f];
+    poly.reserve(size_t(face.edge_count));
     int previous_end = -1;
     for (int k = 0; k < face.edge_count; ++k) {
       int e = s.face_edges[size_t(face.edge_begin + k)];
@@ -264,7 +268,7 @@ bool build_mesh(const StoredMesh& s, MeshData& m, std::string& problem) {
     }
     if (!corner_ids(s, m, s.uv_maps, entry.first, count, "UV", set.face_vertex_ids, problem))
       return false;
-    m.uv_sets.push_back(set);
+    m.uv_sets.push_back(std::move(set));
   }
   for (const StoredMesh::FaceMap& map : s.uv_maps)
     if (!s.uv_sets.count(map.set)) {
@@ -292,7 +296,7 @@ bool build_mesh(const StoredMesh& s, MeshData& m, std::string& problem) {
     }
     if (!corner_ids(s, m, s.color_maps, entry.first, count, "colour", set.face_vertex_ids, problem))
       return false;
-    m.color_sets.push_back(set);
+    m.color_sets.push_back(std::move(set));
   }
   for (const StoredMesh::FaceMap& map : s.color_maps)
     if (!s.color_sets.count(map.set)) {
