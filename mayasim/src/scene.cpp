@@ -219,12 +219,31 @@ void new_scene() {
 }
 
 std::string absolute_path(const std::string& path) {
-  if (!path.empty() && path[0] == '/')
-    return path;
-  char folder[4096];
-  if (!getcwd(folder, sizeof(folder)))
-    return "/" + path;
-  return std::string(folder) + "/" + path;
+  std::string full = path;
+  if (full.empty() || full[0] != '/') {
+    char folder[4096];
+    full = getcwd(folder, sizeof(folder)) ? std::string(folder) + "/" + path : "/" + path;
+  }
+  // Without "." and ".." parts, as Maya names its scene file.
+  std::vector<std::string> parts;
+  size_t at = 1;
+  while (at <= full.size()) {
+    size_t slash = full.find('/', at);
+    if (slash == std::string::npos)
+      slash = full.size();
+    std::string part = full.substr(at, slash - at);
+    if (part == "..") {
+      if (!parts.empty())
+        parts.pop_back();
+    } else if (!part.empty() && part != ".") {
+      parts.push_back(part);
+    }
+    at = slash + 1;
+  }
+  std::string out;
+  for (const std::string& p : parts)
+    out += "/" + p;
+  return out.empty() ? "/" : out;
 }
 
 bool should_fail(const std::string& call) {

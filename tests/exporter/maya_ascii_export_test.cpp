@@ -58,9 +58,7 @@ const CorpusFile CORPUS[] = {
     {"m2g_CubeWithoutUVs.ma", 0, nullptr},
     {"m2g_FiveJointsFourInfluencesAnim.ma", 0, nullptr},
     {"m2g_InstancedCube1.ma", 0, nullptr},
-    // Three meshes come from polyColorPerVertex, which mayasim does not
-    // evaluate: loaded without geometry, they fail the export.
-    {"m2g_SegmentScaleCompensationTestAnim1.ma", 3, "Failed attaching MFnMesh to |root|joint1|pCube1|pCubeShape1."},
+    {"m2g_SegmentScaleCompensationTestAnim1.ma", 0, nullptr},
     {"m2g_SimpleCube1.ma", 0, nullptr},
     {"m2g_SingleJointCubeAnim.ma", 0, nullptr},
     {"m2g_StepScalingTest.ma", 0, nullptr},
@@ -121,6 +119,18 @@ TEST_F(MayaAsciiExport, EveryFileLoadsAndExportsOrSaysWhyNot) {
       said = said || l.find(f.failure) != std::string::npos;
     EXPECT_TRUE(said) << host.script_editor_text();
   }
+}
+
+TEST_F(MayaAsciiExport, TheInstancedScenesNamespacedPartExportsWhenSelected) {
+  load("mayausd_UsdExportInstancesTest.ma");
+  mayasim::builder::select({mayasim::builder::find("ns:group1"), mayasim::builder::find("ns:group2")});
+  SceneDatabase& db = exported("-s");
+  EXPECT_EQ(2u, db.roots.size());
+  EXPECT_NE(db.nodes.end(), db.nodes.find("ns:group1"));
+  // The scene's file, as Maya gives it: a full path without "..".
+  std::string source = db.source_path.c_str();
+  EXPECT_EQ(std::string::npos, source.find("/../")) << source;
+  EXPECT_NE(std::string::npos, source.find("/maya-ascii/mayausd_UsdExportInstancesTest.ma")) << source;
 }
 
 TEST_F(MayaAsciiExport, StoredMeshesKeepTheFacesTheFileHolds) {

@@ -5,6 +5,7 @@
 #include "api_helpers.h"
 
 #include <maya/MAnimControl.h>
+#include <maya/MColorArray.h>
 #include <maya/MDagPath.h>
 #include <maya/MDoubleArray.h>
 #include <maya/MFloatArray.h>
@@ -233,11 +234,11 @@ TEST(MayaAscii, WhatCannotBeEvaluatedIsReportedByName) {
   load_ok("createNode transform -n \"pCube1\";\n"
           "createNode mesh -n \"pCubeShape1\" -p \"pCube1\";\n"
           "createNode polyCube -n \"polyCube1\";\n\tsetAttr \".cuv\" 4;\n"
-          "createNode polyColorPerVertex -n \"polyColorPerVertex1\";\n"
+          "createNode polySmoothFace -n \"polySmoothFace1\";\n"
           "createNode expression -n \"expression1\";\n"
           "createNode someonesPluginNode -n \"custom1\";\n"
-          "connectAttr \"polyCube1.out\" \"polyColorPerVertex1.ip\";\n"
-          "connectAttr \"polyColorPerVertex1.out\" \"pCubeShape1.i\";\n"
+          "connectAttr \"polyCube1.out\" \"polySmoothFace1.ip\";\n"
+          "connectAttr \"polySmoothFace1.out\" \"pCubeShape1.i\";\n"
           "connectAttr \"expression1.out[0]\" \"pCube1.ty\";\n"
           "applyMetadata -fmt raw \"x\";\n",
           r);
@@ -246,7 +247,7 @@ TEST(MayaAscii, WhatCannotBeEvaluatedIsReportedByName) {
   EXPECT_EQ("pCube1.ty is driven by expression1.out[0] (expression), which mayasim does not evaluate; the value "
             "saved in the file is used.",
             r.warnings[1]);
-  EXPECT_EQ("pCubeShape1: geometry comes from polyColorPerVertex1 (construction history); delete history in Maya "
+  EXPECT_EQ("pCubeShape1: geometry comes from polySmoothFace1 (construction history); delete history in Maya "
             "before saving, or export it from Maya.",
             r.warnings[2]);
   MStatus status;
@@ -375,6 +376,36 @@ TEST(MayaAscii, ASubdividedCubesPointsAreInTheOrderItsSkinWeightsExpect) {
   }
   EXPECT_NEAR(0.91727462321159092, weights[0], 1e-15);
   EXPECT_NEAR(0.47921963622139641, weights[5 * 5 + 4], 1e-15) << "the last point's weight on joint5";
+}
+
+TEST(MayaAscii, PaintedVertexColoursGoToTheirCorners) {
+  mayasim::MayaAsciiResult r;
+  // A plane of one quad (points 0 1 3 2); point 0 painted on face 0, point
+  // 3 for every face; point 1 only has an alpha, which paints nothing.
+  load_ok("createNode transform -n \"p\";\ncreateNode mesh -n \"pShape\" -p \"p\";\n"
+          "createNode polyPlane -n \"polyPlane1\";\n\tsetAttr \".sw\" 1;\n\tsetAttr \".sh\" 1;\n"
+          "createNode polyColorPerVertex -n \"polyColorPerVertex1\";\n"
+          "\tsetAttr \".vclr[0].vfcl[0].frgb\" -type \"float3\" 0 1 0 ;\n"
+          "\tsetAttr \".vclr[0].vfcl[0].vfal\" 0.5;\n"
+          "\tsetAttr \".vclr[3].vrgb\" -type \"float3\" 1 0 0 ;\n"
+          "\tsetAttr \".vclr[1].vxal\" 1;\n"
+          "\tsetAttr \".cn\" -type \"string\" \"paint\";\n"
+          "connectAttr \"polyPlane1.out\" \"polyColorPerVertex1.ip\";\n"
+          "connectAttr \"polyColorPerVertex1.out\" \"pShape.i\";\n",
+          r);
+  ASSERT_TRUE(r.warnings.empty()) << r.warnings[0];
+  MFnMesh mesh(find("pShape"));
+  MColorArray colors;
+  MString set("paint");
+  ASSERT_TRUE(mesh.getColors(colors, &set));
+  ASSERT_EQ(2u, colors.length());
+  int id = -2;
+  ASSERT_TRUE(mesh.getColorIndex(0, 0, id, &set));
+  EXPECT_EQ(MColor(0, 1, 0, 0.5f), colors[unsigned(id)]);
+  mesh.getColorIndex(0, 2, id, &set); // the third corner is point 3
+  EXPECT_EQ(MColor(1, 0, 0, 1), colors[unsigned(id)]);
+  ASSERT_TRUE(mesh.getColorIndex(0, 1, id, &set));
+  EXPECT_EQ(-1, id) << "point 1: no colour";
 }
 
 TEST(MayaAscii, CreatorsBuildClosedMeshesFacingOutwards) {

@@ -76,6 +76,72 @@ MMatrix world_matrix(Node* n, double seconds) {
   return m;
 }
 
+// A polyColorPerVertex node's colours on a mesh: each face corner takes the
+// colour given for its point and face, or else the one given for its point;
+// a corner with neither keeps what the set had there (none, for a new set).
+bool paint(const VertexColors& colors, StoredMesh& m, std::string& problem) {
+  int set = -1;
+  for (const auto& s : m.color_sets)
+    if (s.second.name == colors.set_name)
+      set = s.first;
+  if (set < 0) {
+    set = m.color_sets.empty() ? 0 : m.color_sets.rbegin()->first + 1;
+    m.color_sets[set].name = colors.set_name;
+  }
+  StoredMesh::ColorSet& target = m.color_sets[set];
+  target.representation = colors.representation;
+  if (m.current_color_set.empty())
+    m.current_color_set = colors.set_name;
+  // The set's ids per face as they are, then painted over.
+  std::vector<std::vector<int>> ids(m.faces.size());
+  for (size_t f = 0; f < m.faces.size(); ++f)
+    ids[f].assign(size_t(m.faces[f].edge_count), -1);
+  std::vector<StoredMesh::FaceMap> others;
+  for (const StoredMesh::FaceMap& map : m.color_maps) {
+    if (map.set != set) {
+      others.push_back(map);
+      continue;
+    }
+    if (size_t(map.face) < ids.size() && size_t(map.count) == ids[size_t(map.face)].size())
+      for (int k = 0; k < map.count; ++k)
+        ids[size_t(map.face)][size_t(k)] = m.map_ids[size_t(map.begin + k)];
+  }
+  size_t points = m.points.size() / 3, edges = m.edges.size() / 3;
+  for (size_t f = 0; f < m.faces.size(); ++f) {
+    const StoredMesh::Face& face = m.faces[f];
+    for (int k = 0; k < face.edge_count; ++k) {
+      int e = m.face_edges[size_t(face.edge_begin + k)];
+      size_t edge = e >= 0 ? size_t(e) : size_t(-1 - int64_t(e));
+      if (edge >= edges) {
+        problem = "face " + std::to_string(f) + " walks edge " + std::to_string(edge) + " of " + std::to_string(edges);
+        return false;
+      }
+      int point = m.edges[3 * edge + (e >= 0 ? 0 : 1)];
+      if (point < 0 || size_t(point) >= points)
+        continue;
+      auto vertex = colors.vertices.find(point);
+      if (vertex == colors.vertices.end())
+        continue;
+      auto at_face = vertex->second.faces.find(int(f));
+      const VertexColors::Color* c = nullptr;
+      if (at_face != vertex->second.faces.end() && (at_face->second.has_rgb || at_face->second.has_alpha))
+        c = &at_face->second;
+      else if (vertex->second.color.has_rgb)
+        c = &vertex->second.color;
+      if (!c)
+        continue;
+      ids[f][size_t(k)] = int(target.colors.size() / 4);
+      target.colors.insert(target.colors.end(), {c->rgb[0], c->rgb[1], c->rgb[2], c->alpha});
+    }
+  }
+  m.color_maps = others;
+  for (size_t f = 0; f < ids.size(); ++f) {
+    m.color_maps.push_back(StoredMesh::FaceMap{int(f), set, int(m.map_ids.size()), int(ids[f].size())});
+    m.map_ids.insert(m.map_ids.end(), ids[f].begin(), ids[f].end());
+  }
+  return true;
+}
+
 class Build {
 public:
   explicit Build(FileScene& f) : _f(f), _state(f.nodes.size(), 0), _results(f.nodes.size()), _problems(f.nodes.size()) {}
@@ -363,6 +429,10 @@ bool Build::geometry(int node, const std::string& attr, StoredMesh& out, std::st
     if (!indexed(attr, "og", index))
       index = 0;
     return through("ip[" + std::to_string(index) + "].ig");
+  case Kind::PolyColorPerVertex:
+    if (!through("ip"))
+      return false;
+    return paint(*n.colors, out, problem);
   case Kind::TransformGeometry: {
     if (!through("ig"))
       return false;

@@ -74,6 +74,22 @@ struct SkinWeights {
   MMatrix geometry_matrix;                  // gm
 };
 
+// A polyColorPerVertex node's colours: per vertex, and per vertex and face.
+struct VertexColors {
+  struct Color {
+    double rgb[3] = {0, 0, 0};
+    double alpha = 1;
+    bool has_rgb = false, has_alpha = false;
+  };
+  struct Vertex {
+    Color color;
+    std::map<int, Color> faces; // by face
+  };
+  std::map<int, Vertex> vertices;
+  std::string set_name = "colorSet1";
+  int representation = 4; // 2 alpha, 3 RGB, 4 RGBA
+};
+
 struct FileNode {
   std::string type_name;
   NodeType type;
@@ -82,6 +98,7 @@ struct FileNode {
   std::unique_ptr<StoredMesh> mesh;
   std::unique_ptr<CurveKeys> curve;
   std::unique_ptr<SkinWeights> skin;
+  std::unique_ptr<VertexColors> colors;
   // Numbers the build reads from other nodes (a creator's settings, a
   // unit conversion's factor, a tweak's offsets), by short name.
   std::map<std::string, double> numbers;

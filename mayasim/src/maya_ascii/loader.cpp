@@ -109,6 +109,7 @@ private:
   bool poly_faces(StoredMesh& m, const AttrPart& range);
   bool skin_attr(FileNode& n, const AttrPath& p, bool& known);
   bool curve_attr(FileNode& n, const AttrPath& p, bool& known);
+  bool colors_attr(FileNode& n, const AttrPath& p, bool& known);
 
   bool fail(const std::string& what);
   bool word(Word& w, const char* what);
@@ -292,6 +293,9 @@ int Runner::add_node(Node* n, const std::string& type_name, NodeType t, unsigned
     break;
   case Kind::SkinCluster:
     fn.skin.reset(new SkinWeights);
+    break;
+  case Kind::PolyColorPerVertex:
+    fn.colors.reset(new VertexColors);
     break;
   case Kind::AnimCurveTL:
   case Kind::AnimCurveTA:
@@ -679,6 +683,9 @@ bool Runner::assign(int index, const AttrPath& p, std::string_view type) {
       ok = number(_f.current_frame);
       _f.has_current_frame = ok;
     }
+    break;
+  case Kind::PolyColorPerVertex:
+    ok = colors_attr(n, p, known);
     break;
   case Kind::UnitConversion:
     if (p.count == 1 && a.name == "cf") {
@@ -1098,6 +1105,46 @@ bool Runner::curve_attr(FileNode& n, const AttrPath& p, bool& known) {
       if (!number((*tangent)[size_t(i)]))
         return false;
   }
+  return true;
+}
+
+bool Runner::colors_attr(FileNode& n, const AttrPath& p, bool& known) {
+  VertexColors& c = *n.colors;
+  const AttrPart& a = p.parts[0];
+  if (p.count == 1 && !a.indexed && a.name == "cn") {
+    known = true;
+    return string_value(c.set_name);
+  }
+  if (p.count == 1 && !a.indexed && a.name == "rpt") {
+    known = true;
+    return integer(c.representation, 2, 4);
+  }
+  if (a.name != "vclr" || !a.indexed || a.every || !check_index(a.last))
+    return true;
+  // vclr[v].vrgb, vclr[v].vxal; vclr[v].vfcl[f].frgb, vclr[v].vfcl[f].vfal
+  const AttrPart* face = p.count == 3 && p.parts[1].name == "vfcl" ? &p.parts[1] : nullptr;
+  const AttrPart& value = p.parts[p.count - 1];
+  bool rgb = value.name == (face ? "frgb" : "vrgb");
+  bool alpha = value.name == (face ? "vfal" : "vxal");
+  if ((p.count != 2 && !face) || (!rgb && !alpha) || value.indexed)
+    return true;
+  if (face && (!face->indexed || face->every || !check_index(face->last)))
+    return true;
+  known = true;
+  for (int64_t v = a.first; v <= a.last; ++v)
+    for (int64_t f = face ? face->first : 0; f <= (face ? face->last : 0); ++f) {
+      VertexColors::Vertex& vertex = c.vertices[int(v)];
+      VertexColors::Color& color = face ? vertex.faces[int(f)] : vertex.color;
+      if (rgb) {
+        if (!numbers(color.rgb, 3))
+          return false;
+        color.has_rgb = true;
+      } else {
+        if (!number(color.alpha))
+          return false;
+        color.has_alpha = true;
+      }
+    }
   return true;
 }
 

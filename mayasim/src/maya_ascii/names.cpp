@@ -83,7 +83,7 @@ const TypeEntry TYPES[] = {
     {"reference", Kind::Other, MFn::kReference, false},
     {"expression", Kind::Other, MFn::kExpression, false},
     {"pairBlend", Kind::Other, MFn::kPairBlend, false},
-    {"polyColorPerVertex", Kind::Other, MFn::kPolyColorPerVertex, false},
+    {"polyColorPerVertex", Kind::PolyColorPerVertex, MFn::kPolyColorPerVertex, false},
     {"blendShape", Kind::Other, MFn::kBlendShape, false},
 };
 
@@ -211,6 +211,11 @@ const NamePair CHARACTER_NAMES[] = {
     {"linearValues", "lv"}, {"angularValues", "av"}, {"unitlessValues", "uv"}, {"timeValues", "tv"},
 };
 const NamePair UNIT_CONVERSION_NAMES[] = {{"input", "i"}, {"output", "o"}, {"conversionFactor", "cf"}};
+const NamePair COLOR_PER_VERTEX_NAMES[] = {
+    {"inputPolymesh", "ip"},      {"output", "out"},          {"colorSetName", "cn"},   {"representation", "rpt"},
+    {"colorPerVertex", "cpvx"},   {"vertexColor", "vclr"},    {"vertexColorRGB", "vrgb"}, {"vertexAlpha", "vxal"},
+    {"vertexFaceColor", "vfcl"},  {"vertexFaceColorRGB", "frgb"}, {"vertexFaceAlpha", "vfal"}, {"clamped", "clam"},
+};
 
 typedef std::unordered_map<std::string_view, std::string_view> NameTable;
 
@@ -281,6 +286,9 @@ NameTable build_table(Kind k) {
   case Kind::UnitConversion:
     add(t, UNIT_CONVERSION_NAMES);
     break;
+  case Kind::PolyColorPerVertex:
+    add(t, COLOR_PER_VERTEX_NAMES);
+    break;
   case Kind::Other:
     add(t, DAG_NAMES);
     break;
@@ -291,7 +299,7 @@ NameTable build_table(Kind k) {
 const NameTable& table(Kind k) {
   static const std::vector<NameTable> tables = [] {
     std::vector<NameTable> all;
-    for (int i = 0; i <= int(Kind::UnitConversion); ++i)
+    for (int i = 0; i <= int(Kind::PolyColorPerVertex); ++i)
       all.push_back(build_table(Kind(i)));
     return all;
   }();

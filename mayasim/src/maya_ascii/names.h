@@ -43,6 +43,7 @@ enum class Kind {
   Time,
   Character,
   UnitConversion,
+  PolyColorPerVertex,
 };
 
 struct NodeType {
