@@ -34,10 +34,11 @@ bench:
 	  else sudo apt-get update -qq && sudo DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing >/dev/null; fi \
 	fi
 	cmake --preset release >/dev/null
-	cmake --build --preset release -j $(JOBS) --target bench_memory bench_sjson bench_export
+	cmake --build --preset release -j $(JOBS) --target bench_memory bench_sjson bench_export bench_maya_ascii
 	./build/release/bench/bench_memory
 	./build/release/bench/bench_sjson
 	./build/release/bench/bench_export
+	./build/release/bench/bench_maya_ascii
 
 check-deep:
 	./.ci/check-deep
