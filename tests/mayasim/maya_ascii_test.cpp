@@ -295,7 +295,19 @@ TEST(MayaAscii, MalformedFilesFailWithTheFileLineAndStatement) {
     EXPECT_NE(std::string::npos, r.error.find(c.message)) << c.text << "\n" << r.error;
     EXPECT_TRUE(find("a").isNull() && find("m").isNull()) << "a failed load leaves a new scene";
   }
+  // Two chains each instanced under the other at every level: the paths
+  // double per level, and the load stops before they reach 65536.
+  std::string chains;
+  for (int i = 0; i < 40; ++i) {
+    std::string up = std::to_string(i - 1), at = std::to_string(i);
+    chains += "createNode transform -n \"a" + at + "\"" + (i ? " -p \"a" + up + "\"" : "") + ";\n";
+    chains += "createNode transform -n \"b" + at + "\"" + (i ? " -p \"b" + up + "\"" : "") + ";\n";
+    if (i)
+      chains += "parent -add \"a" + at + "\" \"b" + up + "\";\nparent -add \"b" + at + "\" \"a" + up + "\";\n";
+  }
   mayasim::MayaAsciiResult r;
+  EXPECT_FALSE(load(chains, r));
+  EXPECT_NE(std::string::npos, r.error.find("would give a node more than 65536 paths from the world")) << r.error;
   EXPECT_FALSE(mayasim::load_maya_ascii("/nonexistent/scene.ma", r));
   EXPECT_EQ("Cannot open /nonexistent/scene.ma: No such file or directory", r.error);
 }

@@ -7,7 +7,9 @@
 #include <cstring>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <set>
+#include <vector>
 
 namespace mayasim {
 namespace maya_ascii {
@@ -79,6 +81,42 @@ std::string_view without_root(std::string_view s) {
 }
 
 std::string quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
+
+// The most paths from the world one node may have. Instances multiply
+// paths (a chain of nodes each instanced twice doubles them at every level),
+// and every walk of the DAG visits each path.
+const double MAX_INSTANCE_PATHS = 65536;
+
+double path_count(const Node* n, std::map<const Node*, double>& memo) {
+  if (n->parents.empty())
+    return 1;
+  auto it = memo.find(n);
+  if (it != memo.end())
+    return it->second;
+  double count = 0;
+  for (const Node* p : n->parents)
+    count += path_count(p, memo);
+  memo[n] = count;
+  return count;
+}
+
+// Whether `node` or a node below it has more paths than allowed.
+bool too_many_paths(const Node* node) {
+  std::map<const Node*, double> memo;
+  std::vector<const Node*> todo{node};
+  std::set<const Node*> seen;
+  while (!todo.empty()) {
+    const Node* n = todo.back();
+    todo.pop_back();
+    if (!seen.insert(n).second)
+      continue;
+    if (path_count(n, memo) > MAX_INSTANCE_PATHS)
+      return true;
+    for (const Node* c : n->children)
+      todo.push_back(c);
+  }
+  return false;
+}
 
 class Runner {
 public:
@@ -1260,6 +1298,12 @@ bool Runner::parent() {
     }
     child->parents.push_back(new_parent);
     new_parent->children.push_back(child);
+    if (add && too_many_paths(child)) {
+      child->parents.pop_back();
+      new_parent->children.pop_back();
+      return fail("instancing " + quoted(name) + " there would give a node more than " +
+                  std::to_string(int64_t(MAX_INSTANCE_PATHS)) + " paths from the world");
+    }
   }
   return true;
 }
