@@ -27,10 +27,18 @@
 #include "foundation/io/file_system.h"
 #include "foundation/memory/memory_globals.h"
 #include "foundation/memory/temp_allocator.h"
+#include "mayasim/builder.h"
 #include "mayasim/host.h"
 #include "scene/document_reader.h"
 #include "scene/document_writer.h"
 #include "scene/scene_database.h"
+
+#include <maya/MAnimControl.h>
+#include <maya/MDagPath.h>
+#include <maya/MFnDagNode.h>
+#include <maya/MFnDependencyNode.h>
+#include <maya/MItDag.h>
+#include <maya/MTime.h>
 
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -669,6 +677,57 @@ struct Scene {
   uint32_t size;
 };
 
+// What the export's reads would cost Maya, as mayasim counts them: time
+// changes and evaluations of animated nodes, for the export as it is
+// (one pass over time) and for the order it replaced (every exported
+// transform sampled over the whole range in turn), replayed here through
+// the same API calls.
+struct Evaluations {
+  unsigned long long samples = 0, transforms = 0, animated = 0;
+  mayasim::builder::EvaluationCounts one_pass, node_by_node;
+};
+
+// The modelled cost: each time change makes Maya evaluate the scene's
+// animated nodes again (and redraw them); an assumed 10 us per node.
+const double MODEL_SECONDS_PER_NODE = 10e-6;
+
+double modelled(const mayasim::builder::EvaluationCounts& c) {
+  return double(c.time_changes) * double(c.animated_nodes) * MODEL_SECONDS_PER_NODE;
+}
+
+bool count_evaluations(mayasim::Host& host, const std::string& path, Evaluations& e) {
+  mayasim::builder::reset_evaluation_counts();
+  if (!host.export_file("TarnwickIntermediate", path, "", MPxFileTranslator::kExportAccessMode))
+    return false;
+  e.one_pass = mayasim::builder::evaluation_counts();
+  e.animated = e.one_pass.animated_nodes;
+  // The exported transforms: every one in the DAG that is not a default node.
+  std::vector<MDagPath> transforms;
+  for (MItDag it(MItDag::kDepthFirst, MFn::kTransform); !it.isDone(); it.next()) {
+    MDagPath p;
+    it.getPath(p);
+    if (!MFnDependencyNode(p.node()).isDefaultNode())
+      transforms.push_back(p);
+  }
+  e.transforms = transforms.size();
+  // The samples: every 1/30 s from the start of the range to its end.
+  double start = MAnimControl::minTime().as(MTime::kSeconds), end = MAnimControl::maxTime().as(MTime::kSeconds);
+  std::vector<double> times;
+  for (double t = start; end > t - 0.5 / 30; t += 1.0 / 30)
+    times.push_back(t);
+  e.samples = times.size();
+  MTime remembered = MAnimControl::currentTime();
+  mayasim::builder::reset_evaluation_counts();
+  for (const MDagPath& p : transforms)
+    for (double t : times) {
+      MAnimControl::setCurrentTime(MTime(t, MTime::kSeconds));
+      MFnDagNode(p).transformationMatrix();
+    }
+  MAnimControl::setCurrentTime(remembered);
+  e.node_by_node = mayasim::builder::evaluation_counts();
+  return true;
+}
+
 void build_static(uint32_t n) { bench_scenes::static_mesh(n); }
 void build_skinned(uint32_t n) { bench_scenes::skinned_mesh(n); }
 void build_joints(uint32_t n) { bench_scenes::animated_joints(int(n), 100); }
@@ -742,6 +801,7 @@ int main(int argc, char** argv) {
   };
   std::vector<PeerFigures> peers;
   std::vector<MemoryFigures> memory;
+  std::vector<Evaluations> evaluations;
   for (const Scene& s : scenes) {
     s.build(s.size);
     Stages best;
@@ -771,6 +831,12 @@ int main(int argc, char** argv) {
     fflush(stdout);
 
     memory.push_back(export_counted(out));
+    Evaluations e;
+    if (!count_evaluations(host, out, e)) {
+      fprintf(stderr, "bench_export: the export of %s failed:\n%s", s.name.c_str(), host.script_editor_text().c_str());
+      return 1;
+    }
+    evaluations.push_back(e);
 
     SceneDatabase db(memory_globals::default_allocator());
     if (!read_database(out, db)) {
@@ -792,6 +858,31 @@ int main(int argc, char** argv) {
     }
     peers.push_back(p);
   }
+
+  printf("\nTime changes and evaluations, as Maya would make them (counted by mayasim); the modelled cost takes\n"
+         "every time change to re-evaluate the scene's animated nodes at %.0f us each\n\n",
+         MODEL_SECONDS_PER_NODE * 1e6);
+  printf("%-28s %8s %6s %6s | %-32s | %-32s | %9s\n", "scene", "samples", "nodes", "anim",
+         "one pass: changes  evals  model s", "node by node: changes evals model", "faster");
+  bool counts_ok = true;
+  double joints_ratio = 0;
+  for (size_t i = 0; i < evaluations.size(); ++i) {
+    const Evaluations& e = evaluations[i];
+    double ratio = modelled(e.one_pass) > 0 ? modelled(e.node_by_node) / modelled(e.one_pass) : 1.0;
+    printf("%-28s %8llu %6llu %6llu | %9llu %9llu %9.3f    | %9llu %9llu %9.3f   | %8.1fx\n", scenes[i].name.c_str(),
+           e.samples, e.transforms, e.animated, e.one_pass.time_changes, e.one_pass.node_evaluations,
+           modelled(e.one_pass), e.node_by_node.time_changes, e.node_by_node.node_evaluations, modelled(e.node_by_node),
+           ratio);
+    if (e.animated > 0) {
+      counts_ok = counts_ok && e.one_pass.time_changes == e.samples + 1 &&
+                  e.one_pass.node_evaluations <= e.samples * e.animated;
+      joints_ratio = ratio;
+    }
+  }
+  printf("\n%-40s %s\n", "time changes = samples + 1 (the restore),", "");
+  printf("%-40s %s\n", "evaluations <= samples x animated nodes", verdict(counts_ok));
+  printf("%-40s %7.1fx  (goal >= 20x)  %s\n", "joints scene, modelled: node by node / one pass", joints_ratio,
+         verdict(joints_ratio >= 20.0));
 
   printf("\nDatabase -> file, the same database to the same file, best of 5; seconds\n\n");
   printf("%-28s %9s %10s %9s %12s %12s %10s\n", "scene", "ours", "RapidJSON", "snprintf", "vs RapidJSON",

@@ -457,9 +457,31 @@ void set_playback_range(double start_frame, double end_frame) {
   scene().min_time = start_frame * per;
   scene().max_time = end_frame * per;
   scene().current_time = scene().min_time;
+  ++scene().generation;
 }
 
-void set_current_frame(double frame) { scene().current_time = frame * seconds_per(scene().time_unit); }
+void set_current_frame(double frame) {
+  scene().current_time = frame * seconds_per(scene().time_unit);
+  ++scene().generation; // not a time change the plug-in made, but values change
+}
+
+EvaluationCounts evaluation_counts() {
+  EvaluationCounts c;
+  c.time_changes = scene().time_changes;
+  c.node_evaluations = scene().node_evaluations;
+  for (const Node* n : scene().nodes)
+    c.animated_nodes += n->curves.empty() ? 0 : 1;
+  return c;
+}
+
+void reset_evaluation_counts() {
+  // The scene as Maya shows it has been evaluated at its current time.
+  Scene& s = scene();
+  s.time_changes = 0;
+  s.node_evaluations = 0;
+  for (const Node* n : s.nodes)
+    n->evaluated_generation = s.generation;
+}
 
 void set_internal_unit(MDistance::Unit unit) { scene().internal_unit = unit; }
 

@@ -153,8 +153,10 @@ MObject MDagPath::child(unsigned int i, MStatus* ReturnStatus) const {
 MMatrix MDagPath::inclusiveMatrix(MStatus* ReturnStatus) const {
   set_status(ReturnStatus, MS::kSuccess);
   MMatrix m;
-  for (Node* n : path_of(_nodes))
+  for (Node* n : path_of(_nodes)) {
+    scene().evaluate_for_read(n);
     m = n->local_matrix(scene().current_time) * m;
+  }
   return m;
 }
 MMatrix MDagPath::exclusiveMatrix(MStatus* ReturnStatus) const {
@@ -388,7 +390,10 @@ MObject MFnDagNode::child(unsigned int i, MStatus* ReturnStatus) const {
 }
 MMatrix MFnDagNode::transformationMatrix(MStatus* ReturnStatus) const {
   Node* n = attached(_object, ReturnStatus);
-  return n ? n->local_matrix(scene().current_time) : MMatrix();
+  if (!n)
+    return MMatrix();
+  scene().evaluate_for_read(n);
+  return n->local_matrix(scene().current_time);
 }
 bool MFnDagNode::isIntermediateObject(MStatus* ReturnStatus) const {
   Node* n = attached(_object, ReturnStatus);

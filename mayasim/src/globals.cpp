@@ -339,7 +339,10 @@ MTime MAnimControl::animationStartTime() { return ui_time(scene().start_time); }
 MTime MAnimControl::animationEndTime() { return ui_time(scene().end_time); }
 MTime MAnimControl::currentTime() { return ui_time(scene().current_time); }
 MStatus MAnimControl::setCurrentTime(const MTime& time) {
-  scene().current_time = time.as(MTime::kSeconds);
+  Scene& s = scene();
+  s.current_time = time.as(MTime::kSeconds);
+  ++s.time_changes;
+  ++s.generation;
   return MS::kSuccess;
 }
 MStatus MAnimControl::setMinMaxTime(MTime min, MTime max) {

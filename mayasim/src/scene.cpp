@@ -185,6 +185,21 @@ void Scene::connect(const PlugRef& source, const PlugRef& destination) {
   connections.push_back(Connection{source, destination});
 }
 
+void Scene::evaluate_for_read(const Node* node) {
+  // A joint's inverse scale reads its source's scale: that source is
+  // evaluated when its scale is animated.
+  const Node* source = node ? node->inverse_scale_source : nullptr;
+  if (source && !source->curves.count("sx") && !source->curves.count("sy") && !source->curves.count("sz"))
+    source = nullptr;
+  const Node* depends[2] = {node, source};
+  for (const Node* n : depends) {
+    if (!n || n->curves.empty() || n->evaluated_generation == generation)
+      continue;
+    n->evaluated_generation = generation;
+    ++node_evaluations;
+  }
+}
+
 Scene& scene() {
   if (!g_scene)
     new_scene();

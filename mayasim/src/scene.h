@@ -160,6 +160,9 @@ struct Node : ApiObject {
   // the static translate, rotate and scale values.
   TransformAttributes xform;
   std::map<std::string, AnimationCurve> curves;
+  // The time generation this node was last evaluated at (see
+  // Scene::evaluate_for_read).
+  mutable unsigned long long evaluated_generation = 0;
   // A joint's inverse scale comes from this node's scale (its parent joint,
   // as Maya connects parent.s -> joint.is); null: no inverse scale.
   Node* inverse_scale_source = nullptr;
@@ -234,6 +237,18 @@ struct Scene {
     unsigned successes_left; // calls that still succeed before it fails
   };
   std::vector<FailingCall> failing_calls;
+
+  // What Maya's evaluation would cost. Every MAnimControl::setCurrentTime
+  // is a time change (and starts a new generation); a matrix read evaluates
+  // the animated nodes it depends on once per generation, as Maya's
+  // dependency graph computes a dirty plug once and then reads its cached
+  // value.
+  unsigned long long time_changes = 0;
+  unsigned long long node_evaluations = 0;
+  unsigned long long generation = 1;
+  // Counts the evaluation of `node` (when animated) and of the node whose
+  // animated scale its inverse scale reads, for a read of its matrix.
+  void evaluate_for_read(const Node* node);
 
   ~Scene();
   Node* create(MFn::Type type, const char* type_name, const std::string& name, Node* parent);

@@ -194,6 +194,30 @@ TEST_F(Export, ARejectedChildCutsItsSubtreeWhichComesBackAsARoot) {
 // where it is in Maya: its world matrix stands for its local one, in the
 // static matrix and in every sample (a literal reading would move the knee
 // to its local offset from the world's origin).
+// Animation is sampled in one pass over time: the current time is set once
+// per sample and once more to put it back, and each animated node is
+// evaluated at most once per sample, whatever number of nodes are read.
+TEST_F(Export, AnimationSetsTheTimeOncePerSample) {
+  set_playback_range(1, 25); // 31 samples
+  MObject parent;
+  for (int j = 0; j < 20; ++j) {
+    parent = joint("j" + std::to_string(j), parent, {0, 10, 0});
+    if (j % 2 == 0) {
+      key(parent, "rz", 1, 0);
+      key(parent, "rz", 25, 45);
+    }
+  }
+  reset_evaluation_counts();
+  SceneDatabase& db = exported();
+  ASSERT_EQ(20u, db.animations.size());
+  ASSERT_EQ(31u, db.animations[0].stream.size);
+  EvaluationCounts c = evaluation_counts();
+  EXPECT_EQ(10u, c.animated_nodes);
+  EXPECT_EQ(31u + 1u, c.time_changes);
+  EXPECT_LE(c.node_evaluations, 31u * c.animated_nodes);
+  EXPECT_GE(c.node_evaluations, 31u * c.animated_nodes) << "each animated joint read at each sample";
+}
+
 TEST_F(Export, ARootCutOffFromItsParentKeepsItsPlaceInTheWorld) {
   set_playback_range(1, 25); // one second: 31 samples, the last on frame 25
   MObject hip = joint("hip", MObject(), {0, 100, 0});

@@ -2,7 +2,9 @@
 // refuses: values worked out by hand.
 #include "api_helpers.h"
 
+#include <maya/MAnimControl.h>
 #include <maya/MDagPath.h>
+#include <maya/MTime.h>
 #include <maya/MDagPathArray.h>
 #include <maya/MDoubleArray.h>
 #include <maya/MFnDagNode.h>
@@ -167,4 +169,44 @@ TEST(MayasimStrictness, InstanceNumbersCountEveryPathAndShadingIsPerPolygon) {
   ASSERT_EQ(2u, per_polygon.length());
   EXPECT_EQ(-1, per_polygon[0]);
   EXPECT_EQ(-1, per_polygon[1]);
+}
+
+TEST(MayasimTransform, TimeChangesAndEvaluationsAreCountedAsMayaWouldEvaluate) {
+  new_scene();
+  set_playback_range(1, 10);
+  MObject root = transform("root");
+  MObject arm = joint("arm", root);
+  MObject hand = joint("hand", arm);
+  key(arm, "rz", 1, 0);
+  key(arm, "rz", 10, 90);
+  key(hand, "tx", 1, 0);
+  key(hand, "tx", 10, 5);
+  reset_evaluation_counts();
+  EvaluationCounts c = evaluation_counts();
+  EXPECT_EQ(0u, c.time_changes);
+  EXPECT_EQ(2u, c.animated_nodes);
+
+  MAnimControl::setCurrentTime(MTime(2.0, MTime::kFilm));
+  // The hand's world matrix evaluates the animated nodes on its path (arm,
+  // hand) once; its local matrix and the arm's, read at the same time, are
+  // cached; the root is not animated.
+  path_to(hand).inclusiveMatrix();
+  MFnDagNode(hand).transformationMatrix();
+  MFnDagNode(arm).transformationMatrix();
+  MFnDagNode(root).transformationMatrix();
+  c = evaluation_counts();
+  EXPECT_EQ(1u, c.time_changes);
+  EXPECT_EQ(2u, c.node_evaluations);
+  // A new time evaluates again, even at the same frame.
+  MAnimControl::setCurrentTime(MTime(2.0, MTime::kFilm));
+  MFnDagNode(hand).transformationMatrix();
+  c = evaluation_counts();
+  EXPECT_EQ(2u, c.time_changes);
+  EXPECT_EQ(3u, c.node_evaluations);
+  // A joint reading its parent's scale (segment scale compensation) needs
+  // the parent evaluated too.
+  key(arm, "sx", 1, 1);
+  MAnimControl::setCurrentTime(MTime(3.0, MTime::kFilm));
+  MFnDagNode(hand).transformationMatrix();
+  EXPECT_EQ(5u, evaluation_counts().node_evaluations);
 }
