@@ -63,6 +63,10 @@ int print_goals(const char* title, const std::vector<Goal>& goals) {
       continue;
     }
     double ratio = g.invert ? peer / ours : ours / peer;
+    if (g.limit <= 0) {
+      printf("%-58s %12.1f %12.1f %8.3f %8s  for reference\n", g.label.c_str(), ours, peer, ratio, "-");
+      continue;
+    }
     bool met = g.at_most ? ratio <= g.limit : ratio >= g.limit;
     missed += met ? 0 : 1;
     printf("%-58s %12.1f %12.1f %8.3f %s%6.2f  %s\n", g.label.c_str(), ours, peer, ratio, g.at_most ? "<=" : ">=",

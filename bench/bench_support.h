@@ -20,7 +20,7 @@ struct Goal {
   std::string label;
   std::string ours;   // benchmark name
   std::string peer;   // benchmark name
-  double limit;       // goal on ours / peer
+  double limit;       // goal on ours / peer; 0 or below: no goal, printed for reference
   bool at_most;       // true: ratio <= limit is met; false: ratio >= limit
   bool invert = false; // report peer / ours (a speed-up) instead
 };

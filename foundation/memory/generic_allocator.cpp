@@ -24,7 +24,7 @@ GenericAllocator::Route GenericAllocator::route_for(uint32_t size) const {
 GenericAllocator::Route GenericAllocator::owner_of(void* p) {
   if (_heap->owns(p))
     return ROUTE_HEAP;
-  if (_page_blocks.has(p))
+  if (_page_blocks.size() != 0 && _page_blocks.has(p))
     return ROUTE_PAGE;
   return ROUTE_SLOT;
 }

@@ -4,8 +4,9 @@
 // the log and the crash path each own one. It is recursive (the owning thread
 // may enter again and must leave as often as it entered). The spin count is
 // kept from the Win32 API: a contended enter spins that many times before it
-// sleeps. Uncontended enter and leave cost one atomic operation each on both
-// platforms, which matters because one generic allocation takes three of them.
+// sleeps. Uncontended, entering costs one atomic operation and (on POSIX)
+// leaving none, which matters because one generic allocation takes three of
+// these locks.
 //
 // Each platform provides: construct(spin count), destroy, enter, try_enter,
 // leave (critical_section_posix.cpp, critical_section_win32.cpp).

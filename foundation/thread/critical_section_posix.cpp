@@ -2,6 +2,12 @@
 //
 // State word: 0 free, 1 held, 2 held with sleepers. The owner is the thread's
 // pthread_t and a recursion count; both are only written by the owner.
+//
+// Entering takes one atomic operation (a compare-and-swap); leaving takes
+// none: the owner looks at the state and stores 0 with release order, and
+// wakes a sleeper when the look saw one. A thread that marks the lock as
+// slept on in the instant between that look and the store is not woken by
+// it; so sleepers wait at most a millisecond at a time and look again.
 #include "foundation/thread/critical_section.h"
 
 #include <atomic>
@@ -9,6 +15,7 @@
 #include <new>
 #include <pthread.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace foundation {
@@ -36,8 +43,10 @@ static_assert(sizeof(FutexLock) <= 48, "critical section storage too small");
 
 FutexLock& lock_of(unsigned char* storage) { return *reinterpret_cast<FutexLock*>(storage); }
 
+// Sleeps while *word == expected, a millisecond at most.
 void futex_wait(std::atomic<int>* word, int expected) {
-  syscall(SYS_futex, reinterpret_cast<int*>(word), FUTEX_WAIT_PRIVATE, expected, nullptr, nullptr, 0);
+  struct timespec millisecond = {0, 1000000};
+  syscall(SYS_futex, reinterpret_cast<int*>(word), FUTEX_WAIT_PRIVATE, expected, &millisecond, nullptr, 0);
 }
 
 void futex_wake_one(std::atomic<int>* word) {
@@ -113,7 +122,9 @@ void CriticalSection::leave() {
   if (--l.recursion != 0)
     return;
   l.owner.store(0, std::memory_order_relaxed);
-  if (l.state.exchange(0, std::memory_order_release) == 2)
+  int state = l.state.load(std::memory_order_relaxed);
+  l.state.store(0, std::memory_order_release);
+  if (state == 2)
     futex_wake_one(&l.state);
 }
 
