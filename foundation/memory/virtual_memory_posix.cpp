@@ -30,8 +30,10 @@ struct RegionTable {
 
 RegionTable g_table;
 
-// Released blocks kept mapped for reuse, newest last.
-const uint32_t CACHE_ENTRIES = 32;
+// Released blocks kept mapped for reuse, newest last: up to 64 MiB in all,
+// in as many blocks as that holds (a thousand 64 KiB slot chunks, so that a
+// document freed and built again does not fault its chunks in anew).
+const uint32_t CACHE_ENTRIES = 1024;
 const uint32_t CACHE_MAX_BLOCK = 64u << 20;
 const uint32_t CACHE_MAX_TOTAL = 64u << 20;
 struct CachedRegion {
