@@ -641,6 +641,17 @@ bool Runner::assign(int index, const AttrPath& p, std::string_view type) {
   bool known = false;
   bool ok = true;
   const AttrPart& a = p.parts[0];
+  // Visibility and intermediateObject, on every DAG node.
+  if (n.node->dag && p.count == 1 && !a.indexed && (a.name == "v" || a.name == "io")) {
+    double v;
+    if (!number(v))
+      return false;
+    if (a.name == "v")
+      n.node->bools["visibility"] = v != 0;
+    else
+      n.node->is_intermediate = v != 0;
+    return no_more_values();
+  }
   switch (n.type.kind) {
   case Kind::Transform:
   case Kind::Joint:
@@ -734,15 +745,6 @@ bool Runner::assign(int index, const AttrPath& p, std::string_view type) {
     }
     break;
   default:
-    if (n.node->dag && p.count == 1 && !a.indexed && (a.name == "v" || a.name == "io")) {
-      known = true;
-      double v;
-      ok = number(v);
-      if (a.name == "v")
-        n.node->bools["visibility"] = v != 0;
-      else
-        n.node->is_intermediate = v != 0;
-    }
     break;
   }
   if (!ok)
@@ -817,33 +819,13 @@ bool Runner::transform_attr(FileNode& n, const AttrPath& p, bool& known) {
     x.segment_scale_compensate = v != 0;
     return true;
   }
-  if (a.name == "v" || a.name == "io") {
-    known = true;
-    if (!number(v))
-      return false;
-    if (a.name == "v")
-      n.node->bools["visibility"] = v != 0;
-    else
-      n.node->is_intermediate = v != 0;
-  }
   return true;
 }
 
 bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bool& known) {
   StoredMesh& m = *n.mesh;
   const AttrPart& a = p.parts[0];
-  double v;
   if (p.count == 1 && !a.indexed) {
-    if (a.name == "v" || a.name == "io") {
-      known = true;
-      if (!number(v))
-        return false;
-      if (a.name == "v")
-        n.node->bools["visibility"] = v != 0;
-      else
-        n.node->is_intermediate = v != 0;
-      return true;
-    }
     if (a.name == "cuvs" || a.name == "ccls") {
       known = true;
       return string_value(a.name == "cuvs" ? m.current_uv_set : m.current_color_set);
