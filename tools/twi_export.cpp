@@ -23,6 +23,8 @@
 #include "mayasim/maya_ascii.h"
 
 #include <maya/MAnimControl.h>
+#include <maya/MSelectionList.h>
+#include <maya/MString.h>
 #include <maya/MTime.h>
 
 #include <cmath>
@@ -55,7 +57,8 @@ const char* const USAGE =
     "                        with --translator)\n"
     "  --hidden              export hidden nodes too (-h)\n"
     "  --animations          pass the animations flag (-a; it changes nothing)\n"
-    "  --select NODE,...     select these nodes, by name, before exporting\n"
+    "  --select NODE,...     select these nodes, by name, before exporting (a name\n"
+    "                        two nodes share is refused)\n"
     "  --translator          export through the TarnwickIntermediate translator\n"
     "                        instead of the twi_export command\n"
     "  --options \"k=v;...\"   the translator's options string (with --translator;\n"
@@ -432,11 +435,21 @@ int export_scene(const Options& o, foundation::ConsoleServer* console) {
   }
   std::vector<MObject> selection;
   for (const std::string& name : o.select) {
-    MObject node = mayasim::builder::find(name);
-    if (node.isNull()) {
+    // By name, as Maya's selection list matches one: a name two nodes share
+    // (DAG nodes under different parents may) selects neither.
+    MSelectionList matches;
+    matches.add(MString(name.c_str()));
+    if (matches.length() == 0) {
       fprintf(stderr, "twi-export: --select: %s has no node named \"%s\"\n", o.scene.c_str(), name.c_str());
       return 2;
     }
+    if (matches.length() > 1) {
+      fprintf(stderr, "twi-export: --select: %u nodes of %s are named \"%s\"; select a uniquely named one\n",
+              matches.length(), o.scene.c_str(), name.c_str());
+      return 2;
+    }
+    MObject node;
+    matches.getDependNode(0, node);
     selection.push_back(node);
   }
   mayasim::builder::select(selection);

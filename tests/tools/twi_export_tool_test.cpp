@@ -161,4 +161,13 @@ TEST(TwiExportTool, ExportsAndListsMayaAsciiScenes) {
   EXPECT_EQ(1, binary.status);
   EXPECT_TRUE(contains(binary.output, "this is a Maya Binary file")) << binary.output;
   EXPECT_EQ(1, run_export(dir.file("missing.ma") + " -o " + dir.file("m.twi")).status);
+
+  // A name two nodes share selects neither.
+  std::string legs = write("legs.ma", "//Maya ASCII 2020 scene\n"
+                                      "createNode transform -n \"a\";\ncreateNode transform -n \"leg\" -p \"a\";\n"
+                                      "createNode transform -n \"b\";\ncreateNode transform -n \"leg\" -p \"b\";\n");
+  test::ProgramRun shared = run_export(legs + " --selected --select leg -o " + dir.file("s.twi"));
+  EXPECT_EQ(2, shared.status);
+  EXPECT_TRUE(contains(shared.output, "2 nodes of ")) << shared.output;
+  EXPECT_EQ(0, run_export(legs + " --selected --select a -o " + dir.file("s.twi")).status);
 }
