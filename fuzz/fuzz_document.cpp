@@ -3,7 +3,9 @@
 // crash or leak, whatever the text. A document the format check passes must
 // read without a report (the check stands between hostile text and the
 // reader), and what is read must write a document that passes again and
-// reads back to the same text (a fixed point after one round).
+// reads back to the same text (a fixed point after one round). A document
+// the content check passes goes on to the glTF writer, which may refuse it
+// with a message but must otherwise give a GLB whose JSON parses.
 #include "foundation/config/parse_simplified_json.h"
 #include "foundation/config/sjson_writer.h"
 #include "foundation/error/error.h"
@@ -12,6 +14,7 @@
 #include "scene/document_reader.h"
 #include "scene/document_schema.h"
 #include "scene/document_writer.h"
+#include "scene/gltf_writer.h"
 #include "scene/scene_check.h"
 
 #include <stdio.h>
@@ -83,7 +86,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     twi::SceneDatabase db(a);
     if (load(reinterpret_cast<const char*>(data), uint32_t(size), db, false)) {
       Vector<String> problems(a);
-      twi::check_scene(db, problems);
+      if (twi::check_scene(db, problems)) {
+        Vector<uint8_t> glb(a);
+        Vector<String> notes(a);
+        String error(a);
+        twi::GltfSummary summary;
+        if (twi::write_gltf(db, twi::GltfOptions(), glb, summary, notes, error)) {
+          uint32_t json_length = 0;
+          if (glb.size() < 20 || memcmp(glb.data(), "glTF", 4) != 0)
+            fail("the glTF writer gave no GLB header");
+          memcpy(&json_length, glb.data() + 12, 4);
+          DCV json(a);
+          if (json_length > glb.size() - 20 ||
+              !simplified_json::try_parse_untrusted(reinterpret_cast<const char*>(glb.data()) + 20, json_length,
+                                                    json, nullptr))
+            fail("the glTF writer's JSON does not parse");
+        }
+      }
       std::string first = print(db);
       twi::SceneDatabase again(a);
       load(first.data(), uint32_t(first.size()), again, true);

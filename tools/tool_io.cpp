@@ -60,15 +60,17 @@ bool read_all(const char* path, Vector<char>& out) {
   });
 }
 
-bool write_all(const char* path, const Vector<char>& text) {
+bool write_all(const char* path, const void* bytes, uint32_t size) {
   if (!path || strcmp(path, "-") == 0) {
-    bool ok = fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    bool ok = fwrite(bytes, 1, size, stdout) == size;
     return fflush(stdout) == 0 && ok;
   }
   return guarded("write", path, [&] {
     FileSystem fs(memory_globals::default_allocator(), "");
-    fs.write_all(path, text.data(), text.size());
+    fs.write_all(path, bytes, size);
   });
 }
+
+bool write_all(const char* path, const Vector<char>& text) { return write_all(path, text.data(), text.size()); }
 
 } // namespace tools

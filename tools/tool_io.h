@@ -12,5 +12,6 @@ bool read_all(const char* path, foundation::Vector<char>& out);
 // Writes `text` to `path` ("-" or null for standard output). On failure
 // prints the reason and returns false.
 bool write_all(const char* path, const foundation::Vector<char>& text);
+bool write_all(const char* path, const void* bytes, uint32_t size);
 
 } // namespace tools

@@ -4,6 +4,7 @@
 //   twi json [FILE|-] [-o OUT] [--pretty]             SJSON or JSON in, JSON out
 //   twi check FILE                                    verify a twi document
 //   twi info FILE                                     summarise a twi document
+//   twi gltf FILE -o OUT.glb|OUT.gltf                 convert to glTF 2.0
 //   twi id STRING...                                  hashed ids of strings
 //
 // Run `twi --help` or `twi COMMAND --help` for details.
@@ -18,6 +19,7 @@
 #include "foundation/utility/id_string.h"
 #include "scene/document_reader.h"
 #include "scene/document_schema.h"
+#include "scene/gltf_writer.h"
 #include "scene/scene_check.h"
 
 #include <stdio.h>
@@ -254,6 +256,86 @@ int run_info(int argc, char** argv) {
   return 0;
 }
 
+bool ends_with(const char* text, const char* suffix) {
+  size_t n = strlen(text), k = strlen(suffix);
+  return n >= k && strcmp(text + n - k, suffix) == 0;
+}
+
+// Checks the document as `twi check` does, then converts it; prints what
+// was written and every thing glTF could not hold.
+int run_gltf(int argc, char** argv) {
+  const char* input = nullptr;
+  const char* output = nullptr;
+  for (int i = 0; i < argc; ++i) {
+    if (strcmp(argv[i], "-o") == 0 || strcmp(argv[i], "--output") == 0) {
+      if (i + 1 >= argc) {
+        fprintf(stderr, "twi gltf: -o needs a file name\n");
+        return 2;
+      }
+      output = argv[++i];
+    } else if (argv[i][0] == '-' && argv[i][1] != 0) {
+      fprintf(stderr, "twi gltf: unknown option %s (see twi gltf --help)\n", argv[i]);
+      return 2;
+    } else if (!input) {
+      input = argv[i];
+    } else {
+      fprintf(stderr, "twi gltf: more than one input given (%s)\n", argv[i]);
+      return 2;
+    }
+  }
+  if (!input || !output) {
+    fprintf(stderr, "usage: twi gltf IN.twi -o OUT.glb|OUT.gltf\n");
+    return 2;
+  }
+  bool binary = ends_with(output, ".glb");
+  if (!binary && !ends_with(output, ".gltf")) {
+    fprintf(stderr, "twi gltf: name the output OUT.glb (binary) or OUT.gltf (JSON with the buffer embedded)\n");
+    return 2;
+  }
+  twi::SceneDatabase db(memory_globals::default_allocator());
+  uint32_t format_problems = 0;
+  if (!load_scene(input, db, &format_problems)) {
+    if (format_problems)
+      fprintf(stderr, "%s: not a valid twi document\n", input);
+    return 1;
+  }
+  Vector<String> problems(memory_globals::default_allocator());
+  if (!twi::check_scene(db, problems)) {
+    print_problems(input, problems);
+    fprintf(stderr, "%s: not converted; twi check names the same problems\n", input);
+    return 1;
+  }
+  Vector<uint8_t> out(memory_globals::default_allocator());
+  Vector<String> notes(memory_globals::default_allocator());
+  String error(memory_globals::default_allocator());
+  twi::GltfSummary s;
+  twi::GltfOptions options;
+  options.binary = binary;
+  if (!twi::write_gltf(db, options, out, s, notes, error)) {
+    fprintf(stderr, "%s: cannot convert to glTF: %s\n", input, error.c_str());
+    return 1;
+  }
+  if (!tools::write_all(output, out.data(), out.size()))
+    return 1;
+  printf("wrote %s: %u nodes, %u meshes (%u primitives, %u vertices), %u materials, %u skins, %u animation "
+         "channels\n",
+         output, s.nodes, s.meshes, s.primitives, s.vertices, s.materials, s.skins, s.animation_channels);
+  printf("skin vertices with weights normalised to sum 1: %u", s.weights_normalised);
+  if (s.unweighted)
+    printf(" (%u had no positive weight and were bound to their skin's first joint)", s.unweighted);
+  printf("\n");
+  if (s.colours_clamped)
+    printf("colour components clamped to 0..1: %u\n", s.colours_clamped);
+  if (s.non_finite)
+    printf("non-finite or zero-length vertex values replaced: %u\n", s.non_finite);
+  if (!notes.empty()) {
+    printf("not carried over as it stands (%u):\n", notes.size());
+    for (const String& n : notes)
+      printf("  %s\n", n.c_str());
+  }
+  return 0;
+}
+
 int run_id(int argc, char** argv) {
   if (argc < 1) {
     fprintf(stderr, "usage: twi id STRING...\n");
@@ -301,6 +383,20 @@ const Command COMMANDS[] = {
      "their vertex and triangle counts and streams, skins with their joints,\n"
      "animations with their samples and duration.\n",
      run_info},
+    {"gltf", "twi gltf FILE -o OUT.glb|OUT.gltf",
+     "Checks a twi document as twi check does and writes it as glTF 2.0: a .glb\n"
+     "file, or a .gltf file with its binary data embedded. Nodes keep their\n"
+     "hierarchy and names (translation, rotation and scale where the matrix is\n"
+     "one, else the matrix); meshes get one glTF vertex per distinct combination\n"
+     "of stream indices and one primitive per material; skins their joints and\n"
+     "inverse bind matrices, with weights made to sum to 1; sampled animation\n"
+     "becomes LINEAR translation, rotation and scale channels. Metres and Y up\n"
+     "as in the document; texture V is flipped to glTF's top-left origin.\n"
+     "Prints what was written, how many skin vertices needed their weights\n"
+     "normalised, and every thing glTF cannot hold. Exits 1 on an invalid\n"
+     "document, 2 on a usage error.\n"
+     "  -o OUT   the file to write; its extension picks the form\n",
+     run_gltf},
     {"id", "twi id STRING...",
      "Prints, for each string, the string, its 64-bit hashed id and its 32-bit\n"
      "hashed id in their #ID[...] form.\n",

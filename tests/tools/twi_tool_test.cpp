@@ -166,3 +166,43 @@ TEST(TwiTool, CheckWarnsAboutSkinJointsThatAreNotNodes) {
       << r.output;
   EXPECT_NE(std::string::npos, r.output.find("ok\n"));
 }
+
+TEST(TwiTool, GltfWritesEitherFormAndSaysWhatItLeftOut) {
+  test::TempDirectory dir;
+  twi::SceneDatabase db(memory_globals::default_allocator());
+  test::fill_full_database(db);
+  test::write_file(dir.file("full.twi"), document_text(db));
+  ToolRun glb = run_twi("gltf " + dir.file("full.twi") + " -o " + dir.file("full.glb"));
+  EXPECT_EQ(glb.status, 0) << glb.output;
+  EXPECT_NE(glb.output.find("wrote " + dir.file("full.glb") + ": 4 nodes, 1 meshes (1 primitives, 3 vertices), "
+                            "1 materials, 0 skins, 3 animation channels\n"),
+            std::string::npos)
+      << glb.output;
+  EXPECT_NE(glb.output.find("skin vertices with weights normalised to sum 1: 0\n"), std::string::npos);
+  // The fixture's mesh has smoothing groups, a material without triangles,
+  // a skin without weights and matrices that are not rotations.
+  EXPECT_NE(glb.output.find("  geometry \"hip\": its 2 smoothing group entries have no place in glTF"),
+            std::string::npos)
+      << glb.output;
+  EXPECT_NE(glb.output.find("  geometry \"hip\": material \"unused_mat\" has no triangles"), std::string::npos);
+  EXPECT_NE(glb.output.find("  node \"lone\": its local matrix has shear or projection; written as \"matrix\""),
+            std::string::npos);
+  EXPECT_EQ(test::read_file(dir.file("full.glb")).compare(0, 4, "glTF"), 0);
+  ToolRun gltf = run_twi("gltf " + dir.file("full.twi") + " -o " + dir.file("full.gltf"));
+  EXPECT_EQ(gltf.status, 0);
+  EXPECT_EQ(test::read_file(dir.file("full.gltf")).compare(0, 1, "{"), 0);
+
+  ToolRun wrong_name = run_twi("gltf " + dir.file("full.twi") + " -o " + dir.file("full.obj"));
+  EXPECT_EQ(wrong_name.status, 2);
+  EXPECT_NE(wrong_name.output.find("name the output OUT.glb"), std::string::npos);
+  EXPECT_EQ(run_twi("gltf " + dir.file("full.twi")).status, 2);
+  // An invalid document is refused with twi check's words, and nothing written.
+  db.geometries.get_or_insert("hip").indices.streams[0][2] = 3;
+  test::write_file(dir.file("broken.twi"), document_text(db));
+  ToolRun broken = run_twi("gltf " + dir.file("broken.twi") + " -o " + dir.file("broken.glb"));
+  EXPECT_EQ(broken.status, 1);
+  EXPECT_NE(broken.output.find("geometry hip > indices > list 0 > entry 2: index 3 is not below the stream size 3"),
+            std::string::npos)
+      << broken.output;
+  EXPECT_FALSE(fopen(dir.file("broken.glb").c_str(), "rb"));
+}

@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Converts every demo scene, and every scene of the Maya ASCII collection
+# that exports, to .glb with `twi gltf` and checks each with the Khronos glTF
+# validator. Exits 1 on any validator error or failed conversion.
+#
+#   tools/validate-gltf.sh [BUILD_DIR] [OUT_DIR]
+#
+# BUILD_DIR defaults to build/release, OUT_DIR (where the .twi and .glb files
+# stay for a look) to BUILD_DIR/gltf-validation. Needs Node.js and npm: the
+# validator comes from npm (`npm ci` in tools/, run here when missing).
+# Without them it prints one line saying so and exits 0, unless
+# TW_REQUIRE_NODE=1 (CI), which makes that a failure.
+set -euo pipefail
+here="$(cd "$(dirname "$0")" && pwd)"
+root="$(dirname "$here")"
+build="${1:-$root/build/release}"
+out="${2:-$build/gltf-validation}"
+twi="$build/tools/twi"
+export_tool="$build/tools/twi-export"
+corpus="${TW_SHARED_TESTDATA:-$root/../shared/testdata}/maya-ascii"
+
+if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
+  echo "glTF validation skipped: Node.js and npm are not installed (apt-get install nodejs npm)"
+  [ "${TW_REQUIRE_NODE:-0}" = 1 ] && exit 1
+  exit 0
+fi
+for tool in "$twi" "$export_tool"; do
+  [ -x "$tool" ] || { echo "validate-gltf: $tool is not built (cmake --build --preset release)"; exit 1; }
+done
+if [ ! -d "$here/node_modules/gltf-validator" ]; then
+  echo "installing the validator from npm (npm ci in tools/)"
+  (cd "$here" && npm ci --no-audit --no-fund --loglevel=error)
+fi
+
+mkdir -p "$out"
+glbs=()
+convert() { # NAME TWI: both forms, each checked
+  for form in glb gltf; do
+    if ! "$twi" gltf "$2" -o "$out/$1.$form" > "$out/$1.$form-report.txt"; then
+      echo "$1: twi gltf failed"; cat "$out/$1.$form-report.txt"; exit 1
+    fi
+    glbs+=("$out/$1.$form")
+  done
+}
+# Scenes the exporter refuses by design (two nodes of one name): they are
+# listed, and any other export failure fails this script.
+refused_by_design=" clash mayausd_UsdExportInstancesTest "
+export_or_refuse() { # NAME SOURCE
+  if "$export_tool" "$2" -o "$out/$1.twi" > "$out/$1.export.txt" 2>&1; then
+    convert "$1" "$out/$1.twi"
+  elif [[ "$refused_by_design" == *" ${1#demo_} "* ]]; then
+    echo "$1: not exported, as designed: $(grep -m1 'already found' "$out/$1.export.txt" || tail -n1 "$out/$1.export.txt")"
+  else
+    echo "$1: export failed"; cat "$out/$1.export.txt"; exit 1
+  fi
+}
+demos=$("$export_tool" --list-demos | awk '$1 ~ /^demo:/ {print substr($1, 6)}')
+[ -n "$demos" ] || { echo "validate-gltf: twi-export --list-demos named no scene"; exit 1; }
+for d in $demos; do
+  export_or_refuse "demo_$d" "demo:$d"
+done
+if [ -d "$corpus" ]; then
+  for ma in "$corpus"/*.ma; do
+    export_or_refuse "$(basename "$ma" .ma)" "$ma"
+  done
+else
+  echo "validate-gltf: no Maya ASCII collection at $corpus; demo scenes only"
+fi
+node "$here/gltf_validate.mjs" "${glbs[@]}"
