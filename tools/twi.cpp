@@ -5,10 +5,13 @@
 //   twi check FILE                                    verify a twi document
 //   twi info FILE                                     summarise a twi document
 //   twi gltf FILE -o OUT.glb|OUT.gltf                 convert to glTF 2.0
+//   twi view FILE [--port N]                          show a file in the browser
 //   twi id STRING...                                  hashed ids of strings
 //
 // Run `twi --help` or `twi COMMAND --help` for details.
+#include "gltf_convert.h"
 #include "tool_io.h"
+#include "view_server.h"
 
 #include "foundation/config/parse_simplified_json.h"
 #include "foundation/config/sjson_writer.h"
@@ -22,7 +25,9 @@
 #include "scene/gltf_writer.h"
 #include "scene/scene_check.h"
 
+#include <errno.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <string>
 
@@ -317,23 +322,76 @@ int run_gltf(int argc, char** argv) {
   }
   if (!tools::write_all(output, out.data(), out.size()))
     return 1;
-  printf("wrote %s: %u nodes, %u meshes (%u primitives, %u vertices), %u materials, %u skins, %u animation "
-         "channels\n",
-         output, s.nodes, s.meshes, s.primitives, s.vertices, s.materials, s.skins, s.animation_channels);
-  printf("skin vertices with weights normalised to sum 1: %u", s.weights_normalised);
-  if (s.unweighted)
-    printf(" (%u had no positive weight and were bound to their skin's first joint)", s.unweighted);
-  printf("\n");
-  if (s.colours_clamped)
-    printf("colour components clamped to 0..1: %u\n", s.colours_clamped);
-  if (s.non_finite)
-    printf("non-finite or zero-length vertex values replaced: %u\n", s.non_finite);
-  if (!notes.empty()) {
-    printf("not carried over as it stands (%u):\n", notes.size());
-    for (const String& n : notes)
-      printf("  %s\n", n.c_str());
-  }
+  fputs(tools::gltf_report(output, s, notes).c_str(), stdout);
   return 0;
+}
+
+// Where the built viewer is: --viewer DIR, then $TWI_VIEWER_DIR, then the
+// build's own copy.
+const char* viewer_dir(const char* given) {
+  if (given)
+    return given;
+  const char* env = getenv("TWI_VIEWER_DIR");
+  if (env && *env)
+    return env;
+#ifdef TW_VIEWER_DIR
+  return TW_VIEWER_DIR;
+#else
+  return nullptr;
+#endif
+}
+
+int run_view(int argc, char** argv) {
+  tools::ViewServerOptions o;
+  const char* given_dir = nullptr;
+  for (int i = 0; i < argc; ++i) {
+    const char* a = argv[i];
+    bool has_value = i + 1 < argc;
+    if (strcmp(a, "--port") == 0 && has_value) {
+      char* end = nullptr;
+      unsigned long port = strtoul(argv[++i], &end, 10);
+      if (!end || *end || port > 65535) {
+        fprintf(stderr, "twi view: --port takes a number from 0 to 65535\n");
+        return 2;
+      }
+      o.port = uint32_t(port);
+    } else if (strcmp(a, "--viewer") == 0 && has_value) {
+      given_dir = argv[++i];
+    } else if (strcmp(a, "--connections") == 0 && has_value) {
+      o.max_connections = uint32_t(strtoul(argv[++i], nullptr, 10));
+    } else if (a[0] == '-') {
+      fprintf(stderr, "twi view: unknown option %s, or one without its value (see twi view --help)\n", a);
+      return 2;
+    } else if (!o.file) {
+      o.file = a;
+    } else {
+      fprintf(stderr, "twi view: more than one file given (%s)\n", a);
+      return 2;
+    }
+  }
+  if (!o.file) {
+    fprintf(stderr, "usage: twi view FILE.twi|FILE.glb|FILE.gltf [--port N] [--viewer DIR]\n");
+    return 2;
+  }
+  if (!ends_with(o.file, ".twi") && !ends_with(o.file, ".glb") && !ends_with(o.file, ".gltf")) {
+    fprintf(stderr, "twi view: %s is not a .twi, .glb or .gltf file\n", o.file);
+    return 2;
+  }
+  FILE* f = fopen(o.file, "rb");
+  if (!f) {
+    fprintf(stderr, "twi view: cannot read %s: %s\n", o.file, strerror(errno));
+    return 1;
+  }
+  fclose(f);
+  o.viewer_dir = viewer_dir(given_dir);
+  if (!tools::viewer_files_present(o.viewer_dir)) {
+    fprintf(stderr,
+            "twi view: the viewer's page and three.js are not in %s; build them with make viewer (it needs npm), "
+            "or name the folder with --viewer DIR\n",
+            o.viewer_dir ? o.viewer_dir : "(no folder known)");
+    return 1;
+  }
+  return tools::run_view_server(o);
 }
 
 int run_id(int argc, char** argv) {
@@ -397,6 +455,18 @@ const Command COMMANDS[] = {
      "document, 2 on a usage error.\n"
      "  -o OUT   the file to write; its extension picks the form\n",
      run_gltf},
+    {"view", "twi view FILE [--port N] [--viewer DIR]",
+     "Serves the viewer page for FILE (.twi, .glb or .gltf) on 127.0.0.1 and\n"
+     "prints its address; open that in a browser. The page shows the meshes\n"
+     "lit, the transform hierarchy as lines, the node names as a tree, and\n"
+     "plays the animation under a time slider; other files can be dropped on\n"
+     "it. A .twi is converted as twi gltf does, afresh on each load, so a new\n"
+     "export shows on reload. Runs until stopped with Ctrl+C.\n"
+     "  --port N        the port (default: one the system picks)\n"
+     "  --viewer DIR    the built viewer's folder (default: $TWI_VIEWER_DIR,\n"
+     "                  else the build's tools/viewer)\n"
+     "  --connections N stop after N connections (for scripts and tests)\n",
+     run_view},
     {"id", "twi id STRING...",
      "Prints, for each string, the string, its 64-bit hashed id and its 32-bit\n"
      "hashed id in their #ID[...] form.\n",

@@ -442,7 +442,7 @@ TEST(GltfWriter, AnimationBecomesLinearChannelsOnTheShortPath) {
     for (uint32_t i = 0; i < 3; ++i) {
       // A turn about Y of 0, 170 and 190 degrees: the last is the short way
       // on from 170 only if its quaternion keeps the sign of the one before.
-      double angle = strcmp(name, "spin") == 0 ? (i == 0 ? 0 : i == 1 ? 170 : 190) * M_PI / 180 : 0;
+      double angle = strcmp(name, "spin") == 0 ? (i == 0 ? 0 : i == 1 ? 170 : 190) * 3.14159265358979323846 / 180 : 0;
       float m[16];
       identity(m);
       m[0] = float(cos(angle));

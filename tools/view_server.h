@@ -1,0 +1,36 @@
+// The viewer's local web server, behind `twi view FILE`.
+//
+// It listens on 127.0.0.1 only and answers one request per connection
+// (HTTP/1.1 with "Connection: close"), one connection at a time:
+//   GET  /, /index.html and other files of the viewer's folder
+//   GET  /model/NAME   the file being viewed, read afresh on every request
+//                      (so a new export shows on reload)
+//   POST /convert      a twi document in the body; answers its .glb, with
+//                      the conversion report in the X-Twi-Report header
+// Paths with "..", or bytes outside letters, digits and "._-/", are refused.
+// Every wait on a client is bounded (10 s without progress ends the
+// connection), a request head is at most 16 KiB and a body at most 512 MiB,
+// so a client that stalls or floods holds the server only briefly.
+#pragma once
+
+#include <stdint.h>
+
+namespace tools {
+
+struct ViewServerOptions {
+  const char* viewer_dir = nullptr; // holds index.html and vendor/three
+  const char* file = nullptr;       // the .twi, .glb or .gltf being viewed
+  uint32_t port = 0;                // 0: one the system picks
+  // Stop after this many connections (0: never); for tests.
+  uint32_t max_connections = 0;
+};
+
+// Whether `dir` holds the built viewer (its page and three.js).
+bool viewer_files_present(const char* dir);
+
+// Binds, prints "twi view: FILE at http://127.0.0.1:PORT/?file=model/NAME"
+// on standard output and serves until stopped. Returns the exit status: 1
+// when the port cannot be bound.
+int run_view_server(const ViewServerOptions& options);
+
+} // namespace tools
