@@ -5,7 +5,7 @@ JOBS ?= 2
 # What the benchmarks compare against, from Debian's packages.
 BENCH_PACKAGES := libbenchmark-dev rapidjson-dev nlohmann-json3-dev libmimalloc-dev
 
-.PHONY: test demo build bench check-deep clean
+.PHONY: test demo build bench check-deep clean js-deps viewer gltf-check viewer-test
 
 # Configures quietly but for what a user should know: benchmarks left out
 # for want of their peers, and how the 32-bit tests run.
@@ -39,6 +39,31 @@ bench:
 	./build/release/bench/bench_sjson
 	./build/release/bench/bench_export
 	./build/release/bench/bench_maya_ascii
+
+# The JavaScript side, from npm: three.js for the viewer page, the Khronos
+# glTF validator, and what the viewer's browser test drives Chromium with.
+js-deps:
+	@command -v npm >/dev/null || { echo "this needs Node.js and npm (apt-get install nodejs npm)"; exit 1; }
+	@if [ ! -f tools/node_modules/.package-lock.json ] || [ tools/package-lock.json -nt tools/node_modules/.package-lock.json ]; then \
+	  echo "npm ci in tools/"; cd tools && npm ci --no-audit --no-fund --loglevel=error; fi
+
+# The viewer page with three.js beside it, and twi to serve it (twi view).
+viewer: js-deps
+	@cmake --preset $(PRESET) | { grep -E '^-- viewer' || true; }
+	cmake --build --preset $(PRESET) -j $(JOBS) --target twi twi-export viewer
+
+# Every demo scene and Maya ASCII scene through twi gltf and the validator.
+gltf-check: viewer
+	tools/validate-gltf.sh build/$(PRESET)
+
+# The viewer in headless Chromium (installed through apt-get when missing).
+viewer-test: gltf-check
+	@if [ ! -x "$${CHROMIUM:-/usr/bin/chromium}" ]; then \
+	  echo "installing chromium"; \
+	  if [ "$$(id -u)" = 0 ]; then apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq chromium >/dev/null; \
+	  else sudo apt-get update -qq && sudo DEBIAN_FRONTEND=noninteractive apt-get install -y -qq chromium >/dev/null; fi \
+	fi
+	node tools/viewer/viewer_test.mjs build/$(PRESET)/tools/twi build/$(PRESET)/gltf-validation build/$(PRESET)/viewer-screenshots
 
 check-deep:
 	./.ci/check-deep
