@@ -9,7 +9,8 @@
 # stay for a look) to BUILD_DIR/gltf-validation. Needs Node.js and npm: the
 # validator comes from npm (`npm ci` in tools/, run here when missing).
 # Without them it prints one line saying so and exits 0, unless
-# TW_REQUIRE_NODE=1 (CI), which makes that a failure.
+# TW_REQUIRE_NODE=1 (CI), which makes that a failure; TW_REQUIRE_TESTDATA=1
+# does the same for a missing Maya ASCII collection.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 root="$(dirname "$here")"
@@ -17,7 +18,11 @@ build="${1:-$root/build/release}"
 out="${2:-$build/gltf-validation}"
 twi="$build/tools/twi"
 export_tool="$build/tools/twi-export"
-corpus="${TW_SHARED_TESTDATA:-$root/../shared/testdata}/maya-ascii"
+# The Maya ASCII collection: where the build looks for the shared test data.
+corpus=""
+for candidate in "${TW_SHARED_TESTDATA:-}" "$root/../shared/testdata" /work/shared/testdata; do
+  if [ -n "$candidate" ] && [ -d "$candidate/maya-ascii" ]; then corpus="$candidate/maya-ascii"; break; fi
+done
 
 if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
   echo "glTF validation skipped: Node.js and npm are not installed (apt-get install nodejs npm)"
@@ -59,11 +64,14 @@ demos=$("$export_tool" --list-demos | awk '$1 ~ /^demo:/ {print substr($1, 6)}')
 for d in $demos; do
   export_or_refuse "demo_$d" "demo:$d"
 done
-if [ -d "$corpus" ]; then
+if [ -n "$corpus" ]; then
   for ma in "$corpus"/*.ma; do
     export_or_refuse "$(basename "$ma" .ma)" "$ma"
   done
+elif [ "${TW_REQUIRE_TESTDATA:-0}" = 1 ]; then
+  echo "validate-gltf: the Maya ASCII collection is missing (looked in \$TW_SHARED_TESTDATA, ../shared/testdata, /work/shared/testdata)"
+  exit 1
 else
-  echo "validate-gltf: no Maya ASCII collection at $corpus; demo scenes only"
+  echo "validate-gltf: no Maya ASCII collection found; demo scenes only"
 fi
 node "$here/gltf_validate.mjs" "${glbs[@]}"
