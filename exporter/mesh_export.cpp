@@ -17,7 +17,6 @@
 #include <maya/MPointArray.h>
 
 #include <stdio.h>
-#include <string>
 
 using namespace foundation;
 
@@ -56,12 +55,14 @@ void copy_vectors(Vector<GeometryStream>& streams, const char* name, const MFloa
 
 // Appends "  - <what>: the mesh needs N, its input holds M" when the shape
 // in the DAG needs more values than the skin cluster's input shape holds.
-void compare_count(const char* what, unsigned needed, unsigned held, std::string& differences) {
+// (No std::string in the module: libstdc++ grows one with the process's
+// operator new, while the module's inline code frees with its own.)
+void compare_count(const char* what, unsigned needed, unsigned held, String& differences) {
   if (needed <= held)
     return;
-  char line[256];
-  snprintf(line, sizeof(line), "%s %u %s, the input %u", differences.empty() ? "" : ";", needed, what, held);
-  differences += line;
+  char line[512];
+  snprintf(line, sizeof(line), "%s %u %s, the input %u", differences.is_empty_text() ? "" : ";", needed, what, held);
+  differences.append(line);
 }
 
 // A skinned mesh is read from the skin cluster's input shape, but its
@@ -71,7 +72,7 @@ void compare_count(const char* what, unsigned needed, unsigned held, std::string
 bool shapes_agree(ExporterContext& context, const MDagPath& shape_path, MeshCapture& capture) {
   MFnMesh deformed(shape_path);
   const Vector<GeometryStream>& streams = capture.geometry.streams;
-  std::string differences;
+  String differences(*context.allocator, "");
   uint32_t s = 0;
   compare_count("vertices", unsigned(deformed.numVertices()), streams[s++].size, differences);
   compare_count("normals", unsigned(deformed.numNormals()), streams[s++].size, differences);
@@ -88,10 +89,11 @@ bool shapes_agree(ExporterContext& context, const MDagPath& shape_path, MeshCapt
     s += (capture.has_rgb ? 1 : 0) + (capture.has_alpha ? 1 : 0);
   }
   for (unsigned k = 0; k < capture.uv_sets.length() && s < streams.size(); ++k, ++s) {
-    std::string what = std::string("UVs in ") + capture.uv_sets[k].asUTF8();
+    String what(*context.allocator, "UVs in ");
+    what.append(capture.uv_sets[k].asUTF8());
     compare_count(what.c_str(), unsigned(deformed.numUVs(capture.uv_sets[k])), streams[s].size, differences);
   }
-  if (differences.empty())
+  if (differences.is_empty_text())
     return true;
   append_log(context, "Skinned mesh ");
   append_log(context, MFnDagNode(shape_path).name().asUTF8());

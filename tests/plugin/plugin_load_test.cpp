@@ -85,6 +85,19 @@ TEST_F(PluginLoad, ExportsOnlyItsEntryPointsAndRegistersBothWaysIn) {
   EXPECT_FALSE(host.has_translator("TarnwickIntermediate"));
 }
 
+// The module keeps its own operator new and delete (the foundation's), local
+// to it. Code of the C++ runtime library that allocates for the module, such
+// as std::string growing, would use the process's operator new instead,
+// which the module's inline code then frees with its own: in a host with
+// its own allocator, a crash. So the module imports none of it.
+TEST(PluginModule, ImportsNoAllocatingStringCodeFromTheRuntimeLibrary) {
+  test::ProgramRun nm = test::run_program(std::string("nm -D --undefined-only ") + TW_PLUGIN_MODULE);
+  ASSERT_EQ(nm.status, 0) << nm.output;
+  EXPECT_NE(nm.output.find(" U "), std::string::npos) << "no imports listed:\n" << nm.output;
+  for (const char* family : {"_ZNSt7__cxx1112basic_string", "_ZNSs", "_ZNSt6vector", "_ZNSo", "_ZNSi"})
+    EXPECT_EQ(nm.output.find(family), std::string::npos) << family << " imported:\n" << nm.output;
+}
+
 TEST_F(PluginLoad, ScriptPathFoldersAreTriedInOrderBeforeThePluginsFolder) {
   std::string a = dir.path() + "/a";
   mkdir(a.c_str(), 0755);
