@@ -506,7 +506,10 @@ public:
     if (v.has("times")) {
       Place k = {p, "times", 0};
       const DCV& times = v.get("times");
-      const DCV& size = v.get("stream").get("size");
+      // The stream may be of the wrong kind (reported above); then the
+      // times have no sample count to match.
+      const DCV& stream_value = v.get("stream");
+      const DCV& size = stream_value.is_object() ? stream_value.get("size") : DCV::nil();
       int64_t expected = size.is_integer() && size.to_integer() >= 0 ? size.to_integer() : -1;
       char what[64];
       snprintf(what, sizeof(what), "one per sample (%lld)", (long long)expected);

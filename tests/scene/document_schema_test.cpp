@@ -155,6 +155,9 @@ TEST(DocumentSchema, BrokenDocumentsNameEachProblemAndItsPlace) {
       // Animations.
       {doc("animations = [ 1 ]"), "animations > 0: is an integer, not an object"},
       {doc("animations = [ { node = \"a\" parameter = \"matrix\" } ]"), "animations > 0: lacks the key \"stream\""},
+      // Times beside a stream that is no object: reported, not read through.
+      {doc("animations = [ { node = \"a\" parameter = \"matrix\" stream = 12 times = [ 0 ] } ]"),
+       "animations > 0 > stream: is an integer, not an object"},
       {doc("animations = [ { node = \"a\" parameter = \"matrix\" stream = " + stream + " times = [ 0 ] } ]"),
        "animations > 0 > times: holds 1 numbers, not one per sample (2)"},
       {doc("animations = [ { node = 1 parameter = \"matrix\" stream = " + stream + " } ]"),
