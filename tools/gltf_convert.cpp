@@ -1,13 +1,9 @@
 #include "gltf_convert.h"
 
-#include "foundation/config/parse_simplified_json.h"
-#include "foundation/error/error.h"
-#include "foundation/error/log.h"
 #include "foundation/memory/memory_globals.h"
-#include "scene/document_reader.h"
-#include "scene/document_schema.h"
 #include "scene/scene_check.h"
 
+#include <stdarg.h>
 #include <stdio.h>
 
 using namespace foundation;
@@ -26,8 +22,6 @@ void append_line(std::string& out, const char* format, ...) {
   out += line;
   out += '\n';
 }
-
-} // namespace
 
 std::string gltf_report(const char* output, const twi::GltfSummary& s, const Vector<String>& notes) {
   std::string r;
@@ -53,56 +47,26 @@ std::string gltf_report(const char* output, const twi::GltfSummary& s, const Vec
   return r;
 }
 
-bool convert_twi_text(const char* name, const char* text, uint32_t size, Vector<uint8_t>& glb, std::string& report,
-                      std::string& error) {
+} // namespace
+
+bool convert_to_gltf(const char* name, const twi::SceneDatabase& db, const twi::GltfOptions& options,
+                     const char* output, Vector<uint8_t>& out, std::string& report, std::string& problems) {
   Allocator& a = memory_globals::default_allocator();
-  DynamicConfigValue doc(a);
-  simplified_json::ParseError parse_error;
-  if (!simplified_json::try_parse_untrusted(text, size, doc, &parse_error)) {
-    append_line(error, "%s:%d: %s", name, parse_error.line, parse_error.message);
-    return false;
-  }
-  if (!doc.is_object()) {
-    append_line(error, "%s: not a twi document (the root is not an object)", name);
-    return false;
-  }
-  Vector<String> problems(a);
-  if (!twi::validate_scene_document(doc, problems)) {
-    for (const String& p : problems)
-      append_line(error, "%s: %s", name, p.c_str());
-    append_line(error, "%s: not a valid twi document", name);
-    return false;
-  }
-  twi::SceneDatabase db(a);
-  {
-    // The format check stands between the text and the reader; should the
-    // reader still report, the report becomes this call's error.
-    error::ScopedMode mode(ERROR_MODE_THROW);
-    log::set_standard_streams_enabled(false);
-    bool read = true;
-    try {
-      twi::read_scene_document(db, doc);
-    } catch (const ErrorException& e) {
-      append_line(error, "%s: %s", name, e.message());
-      read = false;
-    }
-    log::set_standard_streams_enabled(true);
-    if (!read)
-      return false;
-  }
-  if (!twi::check_scene(db, problems)) {
-    for (const String& p : problems)
-      append_line(error, "%s: %s", name, p.c_str());
+  Vector<String> found(a);
+  if (!twi::check_scene(db, found)) {
+    for (const String& p : found)
+      append_line(problems, "%s: %s", name, p.c_str());
+    append_line(problems, "%s: not converted; twi check names the same problems", name);
     return false;
   }
   Vector<String> notes(a);
-  String writer_error(a);
+  String error(a);
   twi::GltfSummary summary;
-  if (!twi::write_gltf(db, twi::GltfOptions(), glb, summary, notes, writer_error)) {
-    append_line(error, "%s: cannot convert to glTF: %s", name, writer_error.c_str());
+  if (!twi::write_gltf(db, options, out, summary, notes, error)) {
+    append_line(problems, "%s: cannot convert to glTF: %s", name, error.c_str());
     return false;
   }
-  report = gltf_report(nullptr, summary, notes);
+  report = gltf_report(output, summary, notes);
   return true;
 }
 

@@ -1,6 +1,6 @@
-// twi text to glTF for the tools: the checks `twi check` makes, then the
-// glTF writer, with the report a user reads. Shared by `twi gltf` and the
-// viewer's server, which converts what a page sends it.
+// A read twi document to glTF for the tools: the content check `twi check`
+// makes, then the glTF writer, with the report a user reads. Shared by
+// `twi gltf` and the viewer's server.
 #pragma once
 
 #include "foundation/collection/vector.h"
@@ -10,16 +10,12 @@
 
 namespace tools {
 
-// The lines `twi gltf` prints after writing: counts, normalised weights,
-// clamped or replaced values, and each note. `output` names the file
-// written; null says "converted" instead.
-std::string gltf_report(const char* output, const twi::GltfSummary& summary,
-                        const foundation::Vector<foundation::String>& notes);
-
-// Parses `text` as untrusted input, checks it as a twi document and writes
-// it as a .glb. On failure `error` holds every problem, one per line, each
-// starting with `name`.
-bool convert_twi_text(const char* name, const char* text, uint32_t size, foundation::Vector<uint8_t>& glb,
-                      std::string& report, std::string& error);
+// Checks `db` (read from the document called `name`) and writes it as glTF
+// into `out`. On success `report` holds the lines `twi gltf` prints: "wrote
+// OUTPUT: ..." (or "converted: ..." when `output` is null), the normalised
+// weights, clamped or replaced values, and each note. On failure `problems`
+// holds one line per problem, each starting with "NAME: ".
+bool convert_to_gltf(const char* name, const twi::SceneDatabase& db, const twi::GltfOptions& options,
+                     const char* output, foundation::Vector<uint8_t>& out, std::string& report, std::string& problems);
 
 } // namespace tools

@@ -11,17 +11,13 @@
 // Run `twi --help` or `twi COMMAND --help` for details.
 #include "gltf_convert.h"
 #include "tool_io.h"
+#include "twi_document.h"
 #include "view_server.h"
 
 #include "foundation/config/parse_simplified_json.h"
 #include "foundation/config/sjson_writer.h"
-#include "foundation/error/error.h"
-#include "foundation/error/error_context.h"
-#include "foundation/error/log.h"
 #include "foundation/memory/memory_globals.h"
 #include "foundation/utility/id_string.h"
-#include "scene/document_reader.h"
-#include "scene/document_schema.h"
 #include "scene/gltf_writer.h"
 #include "scene/scene_check.h"
 
@@ -144,58 +140,22 @@ int run_json(int argc, char** argv) {
 // ---------------------------------------------------------------------------
 // twi check / twi info
 
-char g_failure_place[1024];
-
-// Called by the report, before the reader's context guards unwind.
-void remember_place(const char*, void*) { error_context::format(g_failure_place, sizeof(g_failure_place)); }
-
 void print_problems(const char* path, const Vector<String>& problems) {
   for (const String& p : problems)
     fprintf(stderr, "%s: %s\n", path, p.c_str());
 }
 
-// Parses and reads a twi document; prints where a wrong one is wrong. The
-// tree is checked against the format first, so that the reader only ever
-// sees documents of the right shape.
-bool load_scene(const char* path, twi::SceneDatabase& db, uint32_t* problem_count = nullptr) {
-  DynamicConfigValue doc(memory_globals::default_allocator());
-  if (!load_document(path, doc))
+// Reads, parses, checks the shape of and reads a twi document; prints where
+// a wrong one is wrong.
+bool load_scene(const char* path, twi::SceneDatabase& db) {
+  Vector<char> text(memory_globals::default_allocator());
+  if (!tools::read_all(path, text))
     return false;
-  if (!doc.is_object()) {
-    fprintf(stderr, "%s: not a twi document (the root is not an object)\n", path);
-    return false;
-  }
-  Vector<String> problems(memory_globals::default_allocator());
-  if (!twi::validate_scene_document(doc, problems)) {
-    print_problems(path, problems);
-    if (problem_count)
-      *problem_count = problems.size();
-    return false;
-  }
-  error::ScopedMode mode(ERROR_MODE_THROW);
-  log::set_standard_streams_enabled(false);
-  g_failure_place[0] = 0;
-  error::set_report_hook(&remember_place);
-  bool ok = true;
-  try {
-    twi::read_scene_document(db, doc);
-  } catch (const ErrorException& e) {
-    ok = false;
-    const char* message = e.message();
-    // "Assertion failed: is_integer()\n\n" reads better on one line.
-    char line[2048];
-    snprintf(line, sizeof(line), "%s", message);
-    for (char* p = line; *p; ++p)
-      if (*p == '\n')
-        *p = ' ';
-    size_t n = strlen(line);
-    while (n > 0 && line[n - 1] == ' ')
-      line[--n] = 0;
-    fprintf(stderr, "%s: %s%s%s\n", path, g_failure_place, g_failure_place[0] ? ": " : "", line);
-  }
-  error::set_report_hook(nullptr);
-  log::set_standard_streams_enabled(true);
-  return ok;
+  std::string problems;
+  if (tools::read_twi_text(strcmp(path, "-") == 0 ? "<stdin>" : path, text.data(), text.size(), db, problems))
+    return true;
+  fputs(problems.c_str(), stderr);
+  return false;
 }
 
 int run_check(int argc, char** argv) {
@@ -205,12 +165,8 @@ int run_check(int argc, char** argv) {
   }
   const char* path = argv[0];
   twi::SceneDatabase db(memory_globals::default_allocator());
-  uint32_t format_problems = 0;
-  if (!load_scene(path, db, &format_problems)) {
-    if (format_problems)
-      fprintf(stderr, "%s: not a valid twi document\n", path);
+  if (!load_scene(path, db))
     return 1;
-  }
   Vector<String> problems(memory_globals::default_allocator());
   Vector<String> warnings(memory_globals::default_allocator());
   bool valid = twi::check_scene(db, problems, &warnings);
@@ -298,31 +254,19 @@ int run_gltf(int argc, char** argv) {
     return 2;
   }
   twi::SceneDatabase db(memory_globals::default_allocator());
-  uint32_t format_problems = 0;
-  if (!load_scene(input, db, &format_problems)) {
-    if (format_problems)
-      fprintf(stderr, "%s: not a valid twi document\n", input);
+  if (!load_scene(input, db))
     return 1;
-  }
-  Vector<String> problems(memory_globals::default_allocator());
-  if (!twi::check_scene(db, problems)) {
-    print_problems(input, problems);
-    fprintf(stderr, "%s: not converted; twi check names the same problems\n", input);
-    return 1;
-  }
   Vector<uint8_t> out(memory_globals::default_allocator());
-  Vector<String> notes(memory_globals::default_allocator());
-  String error(memory_globals::default_allocator());
-  twi::GltfSummary s;
+  std::string report, problems;
   twi::GltfOptions options;
   options.binary = binary;
-  if (!twi::write_gltf(db, options, out, s, notes, error)) {
-    fprintf(stderr, "%s: cannot convert to glTF: %s\n", input, error.c_str());
+  if (!tools::convert_to_gltf(input, db, options, output, out, report, problems)) {
+    fputs(problems.c_str(), stderr);
     return 1;
   }
   if (!tools::write_all(output, out.data(), out.size()))
     return 1;
-  fputs(tools::gltf_report(output, s, notes).c_str(), stdout);
+  fputs(report.c_str(), stdout);
   return 0;
 }
 

@@ -2,6 +2,7 @@
 
 #include "gltf_convert.h"
 #include "tool_io.h"
+#include "twi_document.h"
 
 #include "foundation/error/error.h"
 #include "foundation/error/log.h"
@@ -227,15 +228,19 @@ void serve(Connection& c, const ViewServerOptions& o) {
   std::string model = "/model/" + base_name(o.file);
   if (r.method == "POST" && r.path == "/convert") {
     Vector<uint8_t> glb(memory_globals::default_allocator());
-    std::string report, error;
+    std::string report, problems;
     // The page names the document (?name=FILE) for the messages; a name
     // with anything but plain characters is not repeated back.
     std::string name = r.query.compare(0, 5, "name=") == 0 ? r.query.substr(5) : "";
     if (!safe_path("/" + name))
       name = "document";
-    if (r.body.size() > 0x7fffffffu || !convert_twi_text(name.c_str(), r.body.data(), uint32_t(r.body.size()), glb,
-                                                         report, error)) {
-      c.respond_text(422, "Unprocessable Content", error.empty() ? "the document is too large\n" : error);
+    twi::SceneDatabase db(memory_globals::default_allocator());
+    if (r.body.size() > 0x7fffffffu)
+      problems = name + ": the document is too large\n";
+    else if (read_twi_text(name.c_str(), r.body.data(), uint32_t(r.body.size()), db, problems))
+      convert_to_gltf(name.c_str(), db, twi::GltfOptions(), nullptr, glb, report, problems);
+    if (!problems.empty()) {
+      c.respond_text(422, "Unprocessable Content", problems);
       return;
     }
     c.respond(200, "OK", "model/gltf-binary", glb.data(), glb.size(), "X-Twi-Report: " + header_encode(report) + "\r\n");
