@@ -17,6 +17,7 @@
 //   bench_export --profile static|skinned|joints SIZE
 //                               in-process exports of one scene, for running
 //                               under a profiler
+#include "bench_process.h"
 #include "bench_scenes.h"
 
 #include "exporter/export_driver.h"
@@ -58,33 +59,6 @@ typedef DynamicConfigValue DCV;
 
 namespace {
 
-double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
-
-// ---------------------------------------------------------------------------
-// Resident set (Linux): the high-water mark can be reset.
-
-long status_kb(const char* field) {
-  FILE* f = fopen("/proc/self/status", "r");
-  if (!f)
-    return -1;
-  char line[256];
-  long value = -1;
-  size_t n = strlen(field);
-  while (fgets(line, sizeof(line), f))
-    if (strncmp(line, field, n) == 0 && line[n] == ':')
-      value = atol(line + n + 1);
-  fclose(f);
-  return value;
-}
-
-void reset_peak_rss() {
-  FILE* f = fopen("/proc/self/clear_refs", "w");
-  if (f) {
-    fputs("5", f);
-    fclose(f);
-  }
-}
-
 // ---------------------------------------------------------------------------
 // Through the plug-in.
 
@@ -99,11 +73,11 @@ bool starts_with(const std::string& s, const char* prefix) { return s.compare(0,
 // times at which the plug-in showed its progress lines.
 bool export_through_plugin(mayasim::Host& host, const std::string& path, Stages& stages, long& rss_growth_kb) {
   host.clear_script_editor();
-  reset_peak_rss();
-  long rss_before = status_kb("VmRSS");
-  double start = now();
+  bench::reset_peak_rss();
+  long rss_before = bench::proc_status_kb("VmRSS");
+  double start = bench::now_seconds();
   MStatus status = host.export_file("TarnwickIntermediate", path, "", MPxFileTranslator::kExportAccessMode);
-  rss_growth_kb = status_kb("VmHWM") - rss_before;
+  rss_growth_kb = bench::proc_status_kb("VmHWM") - rss_before;
   if (!status)
     return false;
   double captured = -1, built = -1, printed = -1, end = -1;
@@ -163,9 +137,9 @@ struct StageRecorder : twi::ExportObserver {
   CountingAllocator& counting;
   MemoryFigures& figures;
   double last;
-  explicit StageRecorder(CountingAllocator& c, MemoryFigures& f) : counting(c), figures(f), last(now()) {}
+  explicit StageRecorder(CountingAllocator& c, MemoryFigures& f) : counting(c), figures(f), last(bench::now_seconds()) {}
   void stage_done(twi::ExportStage stage, uint32_t text_bytes) override {
-    double t = now();
+    double t = bench::now_seconds();
     figures.stage_seconds[stage] = t - last;
     last = t;
     if (stage == twi::STAGE_CAPTURED)
@@ -661,9 +635,9 @@ template <typename F>
 double best_of(int runs, F f) {
   double best = 1e30;
   for (int i = 0; i < runs; ++i) {
-    double start = now();
+    double start = bench::now_seconds();
     f();
-    best = std::min(best, now() - start);
+    best = std::min(best, bench::now_seconds() - start);
   }
   return best;
 }
@@ -753,11 +727,11 @@ int profile(const char* scene, uint32_t size) {
   else
     return 2;
   for (int run = 0; run < 5; ++run) {
-    double start = now();
+    double start = bench::now_seconds();
     MemoryFigures m = export_counted("/tmp/bench_export/profile.twi");
     printf("%s %u: %.4f s (capture %.4f, tree %.4f, text %.4f, disk %.4f), peak %.2f MB (pool %.2f; db %.2f, "
            "tree %.2f, text %.2f)\n",
-           scene, size, now() - start, m.stage_seconds[0], m.stage_seconds[1], m.stage_seconds[2], m.stage_seconds[3],
+           scene, size, bench::now_seconds() - start, m.stage_seconds[0], m.stage_seconds[1], m.stage_seconds[2], m.stage_seconds[3],
            double(m.peak) / 1e6, double(m.pool_peak) / 1e6, double(m.database) / 1e6, double(m.tree) / 1e6,
            double(m.text) / 1e6);
   }

@@ -10,6 +10,7 @@
 //     cost grows.
 //
 //   bench_maya_ascii [--quick]   (--quick: scenes of about 1, 5 and 10 MB)
+#include "bench_process.h"
 #include "mayasim/host.h"
 #include "mayasim/maya_ascii.h"
 
@@ -25,28 +26,6 @@
 
 namespace {
 
-double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
-
-long peak_rss_kb() {
-  FILE* f = fopen("/proc/self/status", "r");
-  if (!f)
-    return -1;
-  char line[256];
-  long kb = -1;
-  while (fgets(line, sizeof(line), f))
-    if (strncmp(line, "VmHWM:", 6) == 0)
-      kb = strtol(line + 6, nullptr, 10);
-  fclose(f);
-  return kb;
-}
-
-void reset_peak_rss() {
-  FILE* f = fopen("/proc/self/clear_refs", "w");
-  if (f) {
-    fputs("5", f);
-    fclose(f);
-  }
-}
 
 std::string read_file(const std::string& path) {
   std::string text;
@@ -216,9 +195,9 @@ std::string generated_scene(double megabytes) {
 double load_seconds(const std::string& text, const char* name, int repeats, mayasim::MayaAsciiResult& result) {
   double best = 1e30;
   for (int r = 0; r < repeats; ++r) {
-    double start = now();
+    double start = bench::now_seconds();
     bool ok = mayasim::load_maya_ascii_text(text.data(), text.size(), name, result);
-    double t = now() - start;
+    double t = bench::now_seconds() - start;
     if (!ok) {
       fprintf(stderr, "bench_maya_ascii: %s\n", result.error.c_str());
       exit(1);
@@ -268,18 +247,18 @@ int main(int argc, char** argv) {
     fwrite(text.data(), 1, text.size(), f);
     fclose(f);
     mayasim::MayaAsciiResult result;
-    reset_peak_rss();
+    bench::reset_peak_rss();
     double t = load_seconds(text, "generated.ma", 5, result);
-    long peak = peak_rss_kb();
-    double file_start = now();
+    long peak = bench::proc_status_kb("VmHWM");
+    double file_start = bench::now_seconds();
     mayasim::load_maya_ascii(ma, result);
-    double file_t = now() - file_start;
-    double whole_start = now();
+    double file_t = bench::now_seconds() - file_start;
+    double whole_start = bench::now_seconds();
     mayasim::load_maya_ascii(ma, result);
-    double export_start = now();
+    double export_start = bench::now_seconds();
     host.clear_script_editor();
     MStatus status = host.execute("twi_export -f \"" + twi + "\"");
-    double whole = now() - whole_start, export_t = now() - export_start;
+    double whole = bench::now_seconds() - whole_start, export_t = bench::now_seconds() - export_start;
     if (!status) {
       fprintf(stderr, "bench_maya_ascii: the export failed:\n%s\n", host.script_editor_text().c_str());
       return 1;
