@@ -137,7 +137,8 @@ struct StageRecorder : twi::ExportObserver {
   CountingAllocator& counting;
   MemoryFigures& figures;
   double last;
-  explicit StageRecorder(CountingAllocator& c, MemoryFigures& f) : counting(c), figures(f), last(bench::now_seconds()) {}
+  explicit StageRecorder(CountingAllocator& c, MemoryFigures& f)
+      : counting(c), figures(f), last(bench::now_seconds()) {}
   void stage_done(twi::ExportStage stage, uint32_t text_bytes) override {
     double t = bench::now_seconds();
     figures.stage_seconds[stage] = t - last;
@@ -731,7 +732,8 @@ int profile(const char* scene, uint32_t size) {
     MemoryFigures m = export_counted("/tmp/bench_export/profile.twi");
     printf("%s %u: %.4f s (capture %.4f, tree %.4f, text %.4f, disk %.4f), peak %.2f MB (pool %.2f; db %.2f, "
            "tree %.2f, text %.2f)\n",
-           scene, size, bench::now_seconds() - start, m.stage_seconds[0], m.stage_seconds[1], m.stage_seconds[2], m.stage_seconds[3],
+           scene, size, bench::now_seconds() - start, m.stage_seconds[0], m.stage_seconds[1], m.stage_seconds[2],
+           m.stage_seconds[3],
            double(m.peak) / 1e6, double(m.pool_peak) / 1e6, double(m.database) / 1e6, double(m.tree) / 1e6,
            double(m.text) / 1e6);
   }
@@ -785,7 +787,8 @@ int main(int argc, char** argv) {
       Stages st;
       long growth = 0;
       if (!export_through_plugin(host, out, st, growth)) {
-        fprintf(stderr, "bench_export: the export of %s failed:\n%s", s.name.c_str(), host.script_editor_text().c_str());
+        fprintf(stderr, "bench_export: the export of %s failed:\n%s", s.name.c_str(),
+                host.script_editor_text().c_str());
         return 1;
       }
       if (st.total() < best_total) {

@@ -87,7 +87,8 @@ class Writer {
 public:
   Writer(const SceneDatabase& db, GltfSummary& summary, Vector<String>& notes, String& error)
       : _db(db), _a(db.allocator()), _summary(summary), _notes(notes), _error(error), _root(_a), _bin(_a),
-        _node_index(_a, 16), _node_order(_a), _skin_index(_a, 16), _material_index(_a, 16), _animated(_a) {}
+        _node_index(_a, 16), _node_order(_a), _skin_index(_a, 16), _material_index(_a, 16), _placed(_a, 16),
+        _animated(_a) {}
 
   bool run(const GltfOptions& options, Vector<uint8_t>& out);
 
@@ -122,6 +123,7 @@ private:
   Vector<const char*> _node_order;   // twi node names by glTF node number
   Map<String, int32_t> _skin_index;  // skin name -> glTF skin, -1 when it could not be written
   Map<String, int32_t> _material_index;
+  Map<String, uint8_t> _placed; // geometries some node names
   Vector<uint8_t> _animated; // per glTF node: the target of an animation
   // The top-level members, made once: a reference into the root object is
   // good only while no member is added to it.
@@ -294,6 +296,7 @@ bool Writer::write_nodes() {
     const SceneNode& node = _db.nodes.find(name).value();
     for (uint32_t k = 0; k < node.geometries.size(); ++k) {
       const char* geometry_name = node.geometries[k].c_str();
+      _placed.get_or_insert(geometry_name) = 1;
       auto g = _db.geometries.find(geometry_name);
       if (g == _db.geometries.end())
         return fail("node \"%s\": geometry \"%s\" is not a geometry of the document", name, geometry_name);
@@ -861,8 +864,7 @@ bool Writer::write_mesh(const char* name, const SceneGeometry& g, int32_t& mesh_
   if (!add_primitive(-1))
     return false;
 
-  DynamicConfigValue& meshes = *_top.meshes;
-  meshes.push_back() = mesh;
+  _top.meshes->push_back() = std::move(mesh);
   mesh_out = int32_t(_summary.meshes++);
   _summary.vertices += vertex_count;
   return true;
@@ -981,23 +983,18 @@ void append_u32(Vector<uint8_t>& out, uint32_t v) {
   append_text(out, reinterpret_cast<const char*>(b), 4);
 }
 
-void base64(const Vector<uint8_t>& in, String& prefix_and_out) {
+// Appends the base64 text of `in` to `out`.
+void append_base64(const Vector<uint8_t>& in, Vector<char>& out) {
   static const char* digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  Vector<char> text(prefix_and_out.allocator());
-  const char* prefix = prefix_and_out.c_str();
-  text.resize(uint32_t(strlen(prefix)));
-  memcpy(text.data(), prefix, text.size());
-  text.reserve(text.size() + (in.size() + 2) / 3 * 4 + 1);
+  out.reserve(out.size() + (in.size() + 2) / 3 * 4);
   for (uint32_t i = 0; i < in.size(); i += 3) {
     uint32_t n = in.size() - i;
     uint32_t v = uint32_t(in[i]) << 16 | (n > 1 ? uint32_t(in[i + 1]) << 8 : 0) | (n > 2 ? in[i + 2] : 0);
-    text.push_back(digits[v >> 18]);
-    text.push_back(digits[(v >> 12) & 63]);
-    text.push_back(n > 1 ? digits[(v >> 6) & 63] : '=');
-    text.push_back(n > 2 ? digits[v & 63] : '=');
+    out.push_back(digits[v >> 18]);
+    out.push_back(digits[(v >> 12) & 63]);
+    out.push_back(n > 1 ? digits[(v >> 6) & 63] : '=');
+    out.push_back(n > 2 ? digits[v & 63] : '=');
   }
-  text.push_back(0);
-  prefix_and_out = text.data();
 }
 
 bool Writer::run(const GltfOptions& options, Vector<uint8_t>& out) {
@@ -1034,11 +1031,7 @@ bool Writer::run(const GltfOptions& options, Vector<uint8_t>& out) {
   if (!write_nodes())
     return false;
   for (auto it = _db.geometries.begin(); it != _db.geometries.end(); ++it) {
-    bool placed = false;
-    for (auto n = _db.nodes.begin(); n != _db.nodes.end() && !placed; ++n)
-      for (const String& name : n.value().geometries)
-        placed = placed || strcmp(name.c_str(), it.key().c_str()) == 0;
-    if (!placed)
+    if (!_placed.has(it.key().c_str()))
       note("geometry \"%s\" is on no node; not written, as a glTF mesh is shown only through a node",
            it.key().c_str());
   }
@@ -1063,9 +1056,11 @@ bool Writer::run(const GltfOptions& options, Vector<uint8_t>& out) {
   if (!_bin.empty()) {
     DynamicConfigValue& buffer = _root.get("buffers").push_back();
     if (!options.binary) {
-      String uri(_a, "data:application/octet-stream;base64,");
-      base64(_bin, uri);
-      buffer.get("uri").set_string(uri.c_str());
+      static const char prefix[] = "data:application/octet-stream;base64,";
+      Vector<char> uri(_a);
+      uri.push_back_n(prefix, sizeof(prefix) - 1);
+      append_base64(_bin, uri);
+      buffer.get("uri").set_string(uri.data(), uri.size());
     }
     buffer.get("byteLength").set_integer(int32_t(_bin.size()));
   }
@@ -1186,11 +1181,6 @@ bool decompose_matrix(const float m[16], Trs& out) {
         v = -v;
     memcpy(basis, axes, sizeof(basis));
   }
-  if (zeros == 0)
-    for (int r = 0; r < 3; ++r)
-      for (int c = 0; c < 3; ++c)
-        if (fabs(basis[r][c] - rows[r][c]) > 10 * SHEAR_TOLERANCE)
-          exact = false;
   // The column-vector rotation matrix has the axes' images as columns:
   // R[i][j] = basis[j][i].
   double R[3][3];

@@ -27,7 +27,8 @@ std::string gltf_report(const char* output, const twi::GltfSummary& s, const Vec
   std::string r;
   append_line(r, "%s%s: %u nodes, %u meshes (%u primitives, %u vertices), %u materials, %u skins, %u animation "
                  "channels",
-              output ? "wrote " : "converted", output ? output : "", s.nodes, s.meshes, s.primitives, s.vertices, s.materials, s.skins, s.animation_channels);
+              output ? "wrote " : "converted", output ? output : "", s.nodes, s.meshes, s.primitives, s.vertices,
+              s.materials, s.skins, s.animation_channels);
   if (s.unweighted)
     append_line(r,
                 "skin vertices with weights normalised to sum 1: %u (%u had no positive weight and were bound to "

@@ -16,6 +16,7 @@
 
 #include "foundation/config/parse_simplified_json.h"
 #include "foundation/config/sjson_writer.h"
+#include "foundation/io/path.h"
 #include "foundation/memory/memory_globals.h"
 #include "foundation/utility/id_string.h"
 #include "scene/gltf_writer.h"
@@ -217,9 +218,9 @@ int run_info(int argc, char** argv) {
   return 0;
 }
 
-bool ends_with(const char* text, const char* suffix) {
-  size_t n = strlen(text), k = strlen(suffix);
-  return n >= k && strcmp(text + n - k, suffix) == 0;
+// Whether `file` ends in ".EXTENSION".
+bool has_extension(const char* file, const char* extension) {
+  return path::has_extension(file) && strcmp(path::extension(file), extension) == 0;
 }
 
 // Checks the document as `twi check` does, then converts it; prints what
@@ -248,8 +249,8 @@ int run_gltf(int argc, char** argv) {
     fprintf(stderr, "usage: twi gltf IN.twi -o OUT.glb|OUT.gltf\n");
     return 2;
   }
-  bool binary = ends_with(output, ".glb");
-  if (!binary && !ends_with(output, ".gltf")) {
+  bool binary = has_extension(output, "glb");
+  if (!binary && !has_extension(output, "gltf")) {
     fprintf(stderr, "twi gltf: name the output OUT.glb (binary) or OUT.gltf (JSON with the buffer embedded)\n");
     return 2;
   }
@@ -317,7 +318,7 @@ int run_view(int argc, char** argv) {
     fprintf(stderr, "usage: twi view FILE.twi|FILE.glb|FILE.gltf [--port N] [--viewer DIR]\n");
     return 2;
   }
-  if (!ends_with(o.file, ".twi") && !ends_with(o.file, ".glb") && !ends_with(o.file, ".gltf")) {
+  if (!has_extension(o.file, "twi") && !has_extension(o.file, "glb") && !has_extension(o.file, "gltf")) {
     fprintf(stderr, "twi view: %s is not a .twi, .glb or .gltf file\n", o.file);
     return 2;
   }

@@ -6,6 +6,7 @@
 
 #include "foundation/error/error.h"
 #include "foundation/error/log.h"
+#include "foundation/io/file_system.h"
 #include "foundation/memory/memory_globals.h"
 #include "foundation/network/init.h"
 #include "foundation/network/socket.h"
@@ -27,10 +28,8 @@ const uint64_t MAX_BODY = 512ull * 1024 * 1024;
 const float IDLE_SECONDS = 10.0f;
 
 bool file_exists(const std::string& path) {
-  FILE* f = fopen(path.c_str(), "rb");
-  if (f)
-    fclose(f);
-  return f != nullptr;
+  FileSystem fs(memory_globals::default_allocator(), "");
+  return fs.exists(path.c_str()) && !fs.is_directory(path.c_str());
 }
 
 const char* content_type(const std::string& path) {
@@ -243,7 +242,8 @@ void serve(Connection& c, const ViewServerOptions& o) {
       c.respond_text(422, "Unprocessable Content", problems);
       return;
     }
-    c.respond(200, "OK", "model/gltf-binary", glb.data(), glb.size(), "X-Twi-Report: " + header_encode(report) + "\r\n");
+    c.respond(200, "OK", "model/gltf-binary", glb.data(), glb.size(),
+              "X-Twi-Report: " + header_encode(report) + "\r\n");
     return;
   }
   if (r.method != "GET" && r.method != "HEAD") {
@@ -301,7 +301,8 @@ int run_view_server(const ViewServerOptions& o) {
     return 1;
   }
   uint32_t port = listener.local_address().port;
-  printf("twi view: %s at http://127.0.0.1:%u/?file=model/%s\n", o.file, port, header_encode(base_name(o.file)).c_str());
+  printf("twi view: %s at http://127.0.0.1:%u/?file=model/%s\n", o.file, port,
+         header_encode(base_name(o.file)).c_str());
   printf("(open it in a browser; Ctrl+C stops the server)\n");
   fflush(stdout);
   for (uint32_t served = 0; o.max_connections == 0 || served < o.max_connections;) {
