@@ -1,6 +1,7 @@
 #include "mayasim/builder.h"
 
 #include "host_state.h"
+#include "units.h"
 
 #include <maya/MDagPath.h>
 

@@ -1,5 +1,6 @@
 // MGlobal, MFileIO, MFileObject, MDistance, MTime, MAnimControl.
 #include "host_state.h"
+#include "units.h"
 
 #include <maya/MAnimControl.h>
 #include <maya/MDistance.h>

@@ -2,6 +2,7 @@
 #include "mayasim/maya_ascii.h"
 
 #include "scene.h"
+#include "units.h"
 
 #include <map>
 #include <stdio.h>

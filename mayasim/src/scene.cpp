@@ -272,62 +272,6 @@ bool should_fail(const std::string& call) {
   return false;
 }
 
-double seconds_per(MTime::Unit unit) {
-  switch (unit) {
-  case MTime::kHours:
-    return 3600;
-  case MTime::kMinutes:
-    return 60;
-  case MTime::kSeconds:
-    return 1;
-  case MTime::kMilliseconds:
-    return 0.001;
-  case MTime::kGames:
-    return 1.0 / 15;
-  case MTime::kFilm:
-    return 1.0 / 24;
-  case MTime::kPALFrame:
-    return 1.0 / 25;
-  case MTime::kNTSCFrame:
-    return 1.0 / 30;
-  case MTime::kShowScan:
-    return 1.0 / 48;
-  case MTime::kPALField:
-    return 1.0 / 50;
-  case MTime::kNTSCField:
-    return 1.0 / 60;
-  default: {
-    static const double rates[] = {2,   3,   4,   5,   6,   8,   10,  12,  16,   20,   40,   75,   80,  100, 120,
-                                   125, 150, 200, 240, 250, 300, 375, 400, 500, 600, 750, 1200, 1500, 2000, 3000, 6000};
-    int i = int(unit) - int(MTime::k2FPS);
-    if (i >= 0 && i < int(sizeof(rates) / sizeof(rates[0])))
-      return 1.0 / rates[i];
-    return 1.0 / 24;
-  }
-  }
-}
-
-double centimetres_per(MDistance::Unit unit) {
-  switch (unit) {
-  case MDistance::kInches:
-    return 2.54;
-  case MDistance::kFeet:
-    return 30.48;
-  case MDistance::kYards:
-    return 91.44;
-  case MDistance::kMiles:
-    return 160934.4;
-  case MDistance::kMillimeters:
-    return 0.1;
-  case MDistance::kKilometers:
-    return 100000;
-  case MDistance::kMeters:
-    return 100;
-  default:
-    return 1;
-  }
-}
-
 Node* shape_below(Node* transform) {
   if (!transform)
     return nullptr;

@@ -227,6 +227,9 @@ struct Scene {
   double min_time = 1.0 / 24, max_time = 120.0 / 24; // the playback range, seconds
   double start_time = 1.0 / 24, end_time = 200.0 / 24;
   MTime::Unit time_unit = MTime::kFilm;
+  // The rate of kUserDef: a scene's rate that this build's MTime has no
+  // unit for (see units.h).
+  double user_seconds_per_frame = 1.0 / 24;
   MDistance::Unit internal_unit = MDistance::kCentimeters;
   MDistance::Unit ui_unit = MDistance::kCentimeters;
   std::string current_file;
@@ -266,10 +269,6 @@ void new_scene();
 // `path` as a full path (relative ones against the current folder).
 std::string absolute_path(const std::string& path);
 
-// Seconds per unit of `unit` (frame rates included).
-double seconds_per(MTime::Unit unit);
-// Centimetres per unit of `unit`.
-double centimetres_per(MDistance::Unit unit);
 
 // Path helpers.
 Path& path_of(void* internal);

@@ -283,7 +283,7 @@ TEST(MayaAscii, MalformedFilesFailWithTheFileLineAndStatement) {
        "expected 2 faces, found 1"},
       {"connectAttr \"nobody.t\" \"somebody.t\";\n", true, "no node is named \"nobody\""},
       {"file -rdi 1 -ns \"rig\" -rfn \"rigRN\" \"rig.ma\";\n", true, "references other files"},
-      {"currentUnit -t 23.976fps;\n", true, "the time unit \"23.976fps\" has no MTime unit"},
+      {"currentUnit -t 23.98fps;\n", true, "unknown time unit \"23.98fps\""},
       {"createNode transform -n \"a\";\ncreateNode transform -n \"a\";\n", true,
        "scene.ma:5: createNode transform -n \"a\": a node named \"a\" already exists there"},
       {"createNode transform -n \"a\";\n\tsetAttr \".t[\" 1;\n", true, "an index with no ']'"},

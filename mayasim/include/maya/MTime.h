@@ -53,8 +53,31 @@ public:
     k2000FPS,
     k3000FPS,
     k6000FPS = 42,
+#if MAYASIM_MODERN_API
+    // Rates Maya 2017 and later added before kUserDef, numbered as Maya
+    // 2026 numbers them, with the aliases it declares.
+    k23_976FPS = 43,
+    k29_97FPS = 44,
+    k29_97DF = 45,
+    k47_952FPS = 46,
+    k59_94FPS = 47,
+    k44100FPS = 48,
+    k48000FPS = 49,
+    k90FPS = 50,
+    k119_88FPS = 51,
+    kUserDef = 52,
+    kLast = 53,
+    k15FPS = kGames,
+    k24FPS = kFilm,
+    k25FPS = kPALFrame,
+    k30FPS = kNTSCFrame,
+    k48FPS = kShowScan,
+    k50FPS = kPALField,
+    k60FPS = kNTSCField
+#else
     kUserDef = 43,
     kLast = 44
+#endif
   };
 
   MTime();

@@ -2,6 +2,7 @@
 
 #include "creators.h"
 #include "mesh_build.h"
+#include "../units.h"
 #include "mayasim/builder.h"
 
 #include <algorithm>
@@ -53,20 +54,12 @@ bool indexed(const std::string& attr, const char* name, int& index) {
 }
 
 // Adds a mesh's point tweaks to its points. Tweaks of points it does not
-// have stay, for build_mesh to report.
+// have change nothing, as in Maya (a tweak array may run past the points).
 void bake_tweaks(StoredMesh& m) {
   size_t n = std::min(m.tweaks.size(), m.points.size());
-  bool rest = false;
-  for (size_t i = 0; i < m.tweaks.size(); ++i) {
-    if (i < n) {
-      m.points[i] += m.tweaks[i];
-      m.tweaks[i] = 0;
-    } else {
-      rest = rest || m.tweaks[i] != 0;
-    }
-  }
-  if (!rest)
-    m.tweaks.clear();
+  for (size_t i = 0; i < n; ++i)
+    m.points[i] += m.tweaks[i];
+  m.tweaks.clear();
 }
 
 MMatrix world_matrix(Node* n, double seconds) {
@@ -193,6 +186,7 @@ void Build::run() {
 void Build::settings() {
   Scene& s = scene();
   s.time_unit = _f.time_unit;
+  s.user_seconds_per_frame = _f.seconds_per_frame;
   s.ui_unit = _f.linear_unit;
   s.internal_unit = MDistance::kCentimeters;
   for (const FileNode& n : _f.nodes) {
@@ -227,7 +221,7 @@ void Build::settings() {
       _f.has_playback = true;
     }
   }
-  double per = seconds_per(_f.time_unit);
+  double per = _f.seconds_per_frame;
   s.min_time = _f.playback[0] * per;
   s.max_time = _f.playback[1] * per;
   s.start_time = _f.playback[2] * per;
@@ -246,7 +240,7 @@ bool Build::curve(int node, double factor, AnimationCurve& out, std::string& why
   double scale = n.type.kind == Kind::AnimCurveTL   ? _f.centimetres_per_unit
                  : n.type.kind == Kind::AnimCurveTA ? _f.radians_per_unit
                                                     : 1.0;
-  double per = seconds_per(_f.time_unit);
+  double per = _f.seconds_per_frame;
   out = AnimationCurve();
   out.weighted = k.weighted;
   out.pre_infinity = k.pre;
@@ -345,6 +339,8 @@ bool Build::driver(const Plug& plug, double factor, AnimationCurve& out, std::st
 
 void Build::animation() {
   for (const Connection& c : _f.connections) {
+    if (c.removed)
+      continue;
     FileNode& target = _f.nodes[size_t(c.destination.node)];
     if (!target.node->dag)
       continue;

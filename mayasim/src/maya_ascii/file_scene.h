@@ -121,6 +121,7 @@ struct Plug {
 struct Connection {
   Plug source, destination;
   unsigned line = 0;
+  bool removed = false; // disconnectAttr undid it (it is in no node's lists)
 };
 
 struct FileScene {
@@ -133,7 +134,8 @@ struct FileScene {
   // Units of the file's values.
   double centimetres_per_unit = 1.0; // currentUnit -l
   double radians_per_unit = 0.017453292519943295; // currentUnit -a
-  MTime::Unit time_unit = MTime::kFilm;            // currentUnit -t
+  MTime::Unit time_unit = MTime::kFilm;            // currentUnit -t (kUserDef: see units.h)
+  double seconds_per_frame = 1.0 / 24;             // of that unit
   MDistance::Unit linear_unit = MDistance::kCentimeters;
   bool has_playback = false;
   double playback[4] = {1, 120, 1, 200}; // -min -max -ast -aet, in frames

@@ -34,14 +34,20 @@ std::string string_value(const Word& w) {
 
 namespace {
 
-// Characters that end an unquoted word, and the blanks between words.
+// Characters that end an unquoted word, the blanks between words, and the
+// bytes the fast loops stop at (line ends, and bytes outside ASCII, which
+// may need converting).
 struct CharacterClasses {
   bool ends_word[256];
   bool blank[256];
+  bool stops_word[256];   // ends a word, or is outside ASCII
+  bool stops_string[256]; // '"', '\\', a line end, or outside ASCII
   CharacterClasses() {
     for (int c = 0; c < 256; ++c) {
-      blank[c] = c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v';
-      ends_word[c] = blank[c] || c == '\n' || c == ';' || c == '"';
+      blank[c] = c == ' ' || c == '\t' || c == '\f' || c == '\v';
+      ends_word[c] = blank[c] || c == '\n' || c == '\r' || c == ';' || c == '"';
+      stops_word[c] = ends_word[c] || c >= 0x80;
+      stops_string[c] = c == '"' || c == '\\' || c == '\n' || c == '\r' || c >= 0x80;
     }
   }
 };
@@ -66,10 +72,16 @@ void Lexer::skip_space() {
     if (c == '\n') {
       ++_line;
       ++_p;
+    } else if (c == '\r') {
+      // CR LF is one line end; CR alone (old Mac files) is one too.
+      ++_p;
+      if (_p < _end && *_p == '\n')
+        ++_p;
+      ++_line;
     } else if (CLASSES.blank[static_cast<unsigned char>(c)]) {
       ++_p;
     } else if (c == '/' && _p + 1 < _end && _p[1] == '/') {
-      while (_p < _end && *_p != '\n')
+      while (_p < _end && *_p != '\n' && *_p != '\r')
         ++_p;
     } else {
       return;
@@ -77,8 +89,20 @@ void Lexer::skip_space() {
   }
 }
 
+std::string_view Lexer::converted(std::string_view text, unsigned line) {
+  bool invalid = false;
+  if (_codeset)
+    _converted.push_back(_codeset->to_utf8(text, &invalid));
+  else
+    _converted.push_back(valid_utf8(text, &invalid));
+  if (invalid && _invalid_text_line == 0)
+    _invalid_text_line = line;
+  return _converted.back();
+}
+
 bool Lexer::begin_statement() {
   _has_unread = false;
+  _converted.clear();
   for (;;) {
     skip_space();
     if (_p >= _end || failed())
@@ -121,31 +145,59 @@ bool Lexer::next(Word& w) {
   }
   if (c == '"') {
     const char* start = ++_p;
-    bool escaped = false;
-    while (_p < _end && *_p != '"') {
-      if (*_p == '\\') {
+    bool escaped = false, high = false;
+    for (;;) {
+      while (_p < _end && !CLASSES.stops_string[static_cast<unsigned char>(*_p)])
+        ++_p;
+      if (_p >= _end || *_p == '"')
+        break;
+      char s = *_p;
+      if (s == '\\') {
+        // An escaped character, which may be a line end (CR LF is one).
         escaped = true;
-        if (_p + 1 < _end)
+        ++_p;
+        if (_p < _end && (*_p == '\n' || *_p == '\r')) {
+          ++_line;
+          if (*_p == '\r' && _p + 1 < _end && _p[1] == '\n')
+            ++_p;
+        }
+        if (_p < _end)
           ++_p;
-      }
-      if (*_p == '\n')
+      } else if (s == '\n' || s == '\r') {
         ++_line;
-      ++_p;
+        ++_p;
+        if (s == '\r' && _p < _end && *_p == '\n')
+          ++_p;
+      } else {
+        high = true;
+        ++_p;
+      }
     }
     if (_p >= _end) {
       fail("a string starting on line " + std::to_string(w.line) + " is not closed", w.line);
       return false;
     }
     w.text = std::string_view(start, size_t(_p - start));
+    if (high)
+      w.text = converted(w.text, w.line);
     w.quoted = true;
     w.escaped = escaped;
     ++_p;
     return true;
   }
   const char* start = _p;
-  while (_p < _end && !CLASSES.ends_word[static_cast<unsigned char>(*_p)])
+  bool high = false;
+  for (;;) {
+    while (_p < _end && !CLASSES.stops_word[static_cast<unsigned char>(*_p)])
+      ++_p;
+    if (_p >= _end || CLASSES.ends_word[static_cast<unsigned char>(*_p)])
+      break;
+    high = true;
     ++_p;
+  }
   w.text = std::string_view(start, size_t(_p - start));
+  if (high)
+    w.text = converted(w.text, w.line);
   w.quoted = false;
   w.escaped = false;
   return true;

@@ -1,13 +1,18 @@
 // The words of a Maya ASCII file: statements of MEL commands, each a run of
 // words and "strings" ending at a ';' outside a string. Comments run from
-// "//" to the end of the line.
+// "//" to the end of the line. Lines end in LF, CR LF or CR alone.
 //
 // The lexer hands out one word at a time, so that a statement holding
 // millions of numbers is never held as a list of them: the command that
 // reads it pulls its values as it goes. Words point into the file's text;
-// nothing is copied until a caller asks for a string's value.
+// nothing is copied until a caller asks for a string's value, except a word
+// with bytes outside ASCII in a file whose codeset is not UTF-8: that word
+// is converted to UTF-8 (kept until the next statement begins).
 #pragma once
 
+#include "codeset.h"
+
+#include <deque>
 #include <stddef.h>
 #include <stdint.h>
 #include <string>
@@ -57,9 +62,18 @@ public:
   // How far through the text the lexer is.
   size_t offset() const { return size_t(_p - _begin); }
 
+  // The codeset words are read in (UTF-8 until set); the caller keeps it
+  // alive while the lexer runs.
+  void set_codeset(const Codeset* codeset) { _codeset = codeset; }
+  // The first line where a word held bytes the codeset has no character
+  // for (shown as U+FFFD); 0 when none did.
+  unsigned invalid_text_line() const { return _invalid_text_line; }
+
 private:
   void skip_space();
   void fail(const std::string& message, unsigned line);
+  // The word's text as UTF-8 (it holds bytes outside ASCII).
+  std::string_view converted(std::string_view text, unsigned line);
 
   const char* _begin;
   const char* _p;
@@ -72,6 +86,9 @@ private:
   Word _unread;
   std::string _error;
   unsigned _error_line = 0;
+  const Codeset* _codeset = nullptr;
+  std::deque<std::string> _converted; // this statement's converted words
+  unsigned _invalid_text_line = 0;
 };
 
 } // namespace maya_ascii

@@ -1,8 +1,10 @@
 #include "loader.h"
 
 #include "lexer.h"
+#include "../units.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cstring>
 #include <cmath>
@@ -35,44 +37,6 @@ bool parse_number(std::string_view t, double& v) {
   auto r = std::from_chars(t.data(), t.data() + t.size(), v);
   return r.ec == std::errc() && r.ptr == t.data() + t.size();
 }
-
-struct TimeUnitName {
-  const char* name;
-  MTime::Unit unit;
-};
-
-const TimeUnitName TIME_UNITS[] = {
-    {"game", MTime::kGames},        {"film", MTime::kFilm},          {"pal", MTime::kPALFrame},
-    {"ntsc", MTime::kNTSCFrame},    {"show", MTime::kShowScan},      {"palf", MTime::kPALField},
-    {"ntscf", MTime::kNTSCField},   {"hour", MTime::kHours},         {"min", MTime::kMinutes},
-    {"sec", MTime::kSeconds},       {"millisec", MTime::kMilliseconds},
-};
-
-// "Nfps": the unit of that frame rate, or kInvalid.
-MTime::Unit fps_unit(std::string_view s) {
-  if (s.size() < 4 || s.substr(s.size() - 3) != "fps")
-    return MTime::kInvalid;
-  double rate;
-  if (!parse_number(s.substr(0, s.size() - 3), rate))
-    return MTime::kInvalid;
-  for (int u = int(MTime::kGames); u <= int(MTime::k6000FPS); ++u)
-    if (fabs(1.0 / seconds_per(MTime::Unit(u)) - rate) < 1e-9)
-      return MTime::Unit(u);
-  return MTime::kInvalid;
-}
-
-struct LinearUnitName {
-  const char* name;
-  const char* long_name;
-  MDistance::Unit unit;
-};
-
-const LinearUnitName LINEAR_UNITS[] = {
-    {"mm", "millimeter", MDistance::kMillimeters}, {"cm", "centimeter", MDistance::kCentimeters},
-    {"m", "meter", MDistance::kMeters},            {"km", "kilometer", MDistance::kKilometers},
-    {"in", "inch", MDistance::kInches},            {"ft", "foot", MDistance::kFeet},
-    {"yd", "yard", MDistance::kYards},             {"mi", "mile", MDistance::kMiles},
-};
 
 std::string_view without_root(std::string_view s) {
   while (!s.empty() && s[0] == ':')
@@ -120,18 +84,28 @@ bool too_many_paths(const Node* node) {
 
 class Runner {
 public:
-  Runner(const char* text, size_t size, FileScene& f) : _lex(text, size), _f(f), _size(size) {}
+  Runner(const char* text, size_t size, FileScene& f) : _lex(text, size), _f(f), _size(size) {
+    _lex.set_codeset(&_codeset);
+  }
   bool run(std::string& error);
+  // The codeset the file's header names; a warning when it cannot be read.
+  void header_codeset(std::string_view name);
 
 private:
   bool statement(std::string_view command);
   bool create_node();
   bool set_attr();
+  bool set_attr_flag(std::string_view flag, std::string_view& type);
   bool connect_attr();
+  bool disconnect_attr();
+  // The two plugs a connectAttr or disconnectAttr statement names, and its
+  // flags' meaning for the caller.
+  bool connection_plugs(Connection& c);
   bool parent();
   bool select();
   bool rename();
   bool current_unit();
+  bool file_info();
 
   // Attribute values, by the kind of node they are set on.
   bool assign(int node, const AttrPath& path, std::string_view type);
@@ -166,6 +140,7 @@ private:
   bool parse_plug(std::string_view text, Plug& plug);
 
   Lexer _lex;
+  Codeset _codeset;
   FileScene& _f;
   size_t _size;
   int _current = -1;
@@ -450,6 +425,10 @@ bool Runner::run(std::string& error) {
   if (_error.empty() && _lex.failed())
     _error = _f.file_name + ":" + std::to_string(_lex.error_line()) + ": " + _lex.statement_excerpt() + ": " +
              _lex.error();
+  if (_lex.invalid_text_line() > 0)
+    _f.warnings.push_back(_f.file_name + ":" + std::to_string(_lex.invalid_text_line()) +
+                          ": text that is not valid in the file's codeset (" + _codeset.name() +
+                          "); those characters are shown as U+FFFD.");
   error = _error;
   return _error.empty();
 }
@@ -461,6 +440,8 @@ bool Runner::statement(std::string_view command) {
     return set_attr();
   if (command == "connectAttr")
     return connect_attr();
+  if (command == "disconnectAttr")
+    return disconnect_attr();
   if (command == "parent")
     return parent();
   if (command == "select")
@@ -472,7 +453,9 @@ bool Runner::statement(std::string_view command) {
   if (command == "file")
     return fail("the scene references other files; mayasim cannot load references. Import them in Maya "
                 "(Reference Editor: Import Objects from Reference) and save the scene again");
-  if (command == "requires" || command == "fileInfo" || command == "addAttr" || command == "relationship" ||
+  if (command == "fileInfo")
+    return file_info();
+  if (command == "requires" || command == "addAttr" || command == "relationship" ||
       command == "lockNode" || command == "dataStructure" || command == "setKeyframe")
     return true;
   // Other MEL: Maya would run it; the loader skips it and says so once.
@@ -555,50 +538,55 @@ bool Runner::create_node() {
   return true;
 }
 
+// Whether a setAttr word is one of its flags: "-" and a letter ("-1" is a
+// value).
+bool is_flag(const Word& w) {
+  return !w.quoted && w.text.size() >= 2 && w.text[0] == '-' && std::isalpha(static_cast<unsigned char>(w.text[1]));
+}
+
+// One setAttr flag (its word read) and its value; false for a flag setAttr
+// does not have.
+bool Runner::set_attr_flag(std::string_view flag, std::string_view& type) {
+  if (flag == "-av" || flag == "-alteredValue")
+    return true;
+  Word arg;
+  if (flag == "-type") {
+    if (!word(arg, "a type"))
+      return false;
+    type = arg.text;
+    return true;
+  }
+  if (flag == "-s" || flag == "-size" || flag == "-ch" || flag == "-capacityHint") {
+    if (!word(arg, "the flag's value"))
+      return false;
+    long long hint = 0;
+    auto r = std::from_chars(arg.text.data(), arg.text.data() + arg.text.size(), hint);
+    hint = r.ec == std::errc() && hint > 0 ? hint : 0;
+    if (flag == "-s" || flag == "-size")
+      _size_hint = hint;
+    else
+      _capacity_hint = std::min<int64_t>(hint, int64_t(_size));
+    return true;
+  }
+  if (flag == "-k" || flag == "-keyable" || flag == "-l" || flag == "-lock" || flag == "-cb" ||
+      flag == "-channelBox" || flag == "-ca" || flag == "-caching")
+    return word(arg, "the flag's value");
+  return fail("unknown flag " + std::string(flag));
+}
+
 bool Runner::set_attr() {
   Word w;
   std::string_view type;
   _size_hint = 0;
   _capacity_hint = 0;
+  // Flags come before the attribute or after it (-type usually does).
   for (;;) {
     if (!word(w, "an attribute"))
       return false;
-    if (w.quoted || w.text.size() < 2 || w.text[0] != '-')
+    if (!is_flag(w))
       break;
-    std::string_view flag = w.text;
-    if (flag == "-av" || flag == "-alteredValue")
-      continue;
-    Word arg;
-    if (flag == "-type") {
-      if (!word(arg, "a type"))
-        return false;
-      type = arg.text;
-      continue;
-    }
-    if (flag == "-s" || flag == "-size") {
-      if (!word(arg, "the flag's value"))
-        return false;
-      long long hint = 0;
-      auto r = std::from_chars(arg.text.data(), arg.text.data() + arg.text.size(), hint);
-      _size_hint = r.ec == std::errc() && hint > 0 ? hint : 0;
-      continue;
-    }
-    if (flag == "-ch" || flag == "-capacityHint") {
-      if (!word(arg, "the flag's value"))
-        return false;
-      long long hint = 0;
-      auto r = std::from_chars(arg.text.data(), arg.text.data() + arg.text.size(), hint);
-      _capacity_hint = r.ec == std::errc() && hint > 0 ? std::min<int64_t>(hint, int64_t(_size)) : 0;
-      continue;
-    }
-    if (flag == "-k" || flag == "-keyable" || flag == "-l" || flag == "-lock" ||
-        flag == "-cb" || flag == "-channelBox" || flag == "-ca" ||
-        flag == "-caching") {
-      if (!word(arg, "the flag's value"))
-        return false;
-      continue;
-    }
-    return fail("unknown flag " + std::string(flag));
+    if (!set_attr_flag(w.text, type))
+      return false;
   }
   std::string_view attr = w.text;
   int node = _current;
@@ -620,14 +608,13 @@ bool Runner::set_attr() {
   if (!parse_attr_path(attr, _f.nodes[size_t(node)].type.kind, path, why))
     return fail("the attribute " + quoted(attr) + " has " + why);
   Word t;
-  if (_lex.next(t)) {
-    if (!t.quoted && t.text == "-type") {
-      if (!word(t, "a type"))
-        return false;
-      type = t.text;
-    } else {
+  while (_lex.next(t)) {
+    if (!is_flag(t)) {
       _lex.unread(t);
+      break;
     }
+    if (!set_attr_flag(t.text, type))
+      return false;
   }
   if (_lex.failed())
     return false;
@@ -874,8 +861,9 @@ bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bo
     }
     if (a.name == "fc") {
       known = true;
-      if (type != "polyFaces")
-        return fail("expected -type \"polyFaces\" for the faces");
+      // Maya gives the type on the first piece of a long face list only.
+      if (!type.empty() && type != "polyFaces")
+        return fail("the faces are given as -type " + quoted(type) + "; they are \"polyFaces\"");
       m.has_geometry = true;
       return poly_faces(m, a);
     }
@@ -1190,7 +1178,7 @@ bool Runner::parse_plug(std::string_view text, Plug& plug) {
   return true;
 }
 
-bool Runner::connect_attr() {
+bool Runner::connection_plugs(Connection& c) {
   std::vector<std::string_view> plugs;
   Word w;
   while (_lex.next(w)) {
@@ -1216,14 +1204,42 @@ bool Runner::connect_attr() {
     return false;
   if (plugs.size() != 2)
     return fail("expected a source and a destination");
-  Connection c;
   c.line = _lex.statement_line();
-  if (!parse_plug(plugs[0], c.source) || !parse_plug(plugs[1], c.destination))
+  return parse_plug(plugs[0], c.source) && parse_plug(plugs[1], c.destination);
+}
+
+bool Runner::connect_attr() {
+  Connection c;
+  if (!connection_plugs(c))
     return false;
   int index = int(_f.connections.size());
   _f.incoming[size_t(c.destination.node)].push_back(index);
   _f.outgoing[size_t(c.source.node)].push_back(index);
   _f.connections.push_back(std::move(c));
+  return true;
+}
+
+// Undoes a connection made before; one that does not exist is a warning,
+// as Maya reports it and carries on.
+bool Runner::disconnect_attr() {
+  Connection c;
+  if (!connection_plugs(c))
+    return false;
+  std::vector<int>& in = _f.incoming[size_t(c.destination.node)];
+  for (size_t i = 0; i < in.size(); ++i) {
+    Connection& existing = _f.connections[size_t(in[i])];
+    if (existing.source.node != c.source.node || existing.source.attr != c.source.attr ||
+        existing.destination.attr != c.destination.attr)
+      continue;
+    std::vector<int>& out = _f.outgoing[size_t(c.source.node)];
+    out.erase(std::remove(out.begin(), out.end(), in[i]), out.end());
+    existing.removed = true;
+    in.erase(in.begin() + long(i));
+    return true;
+  }
+  _f.warnings.push_back(_f.file_name + ":" + std::to_string(c.line) + ": disconnectAttr: " +
+                        _f.nodes[size_t(c.source.node)].node->name + "." + c.source.attr + " is not connected to " +
+                        _f.nodes[size_t(c.destination.node)].node->name + "." + c.destination.attr + "; nothing to undo.");
   return true;
 }
 
@@ -1333,6 +1349,28 @@ bool Runner::rename() {
   return true;
 }
 
+void Runner::header_codeset(std::string_view name) {
+  std::string why;
+  if (!_codeset.set(name, why))
+    _f.warnings.push_back(_f.file_name + ": " + why + "; its strings are read as UTF-8 (characters that are not "
+                          "UTF-8 are shown as U+FFFD).");
+}
+
+// fileInfo "codeset" "NAME" names the codeset of the text that follows;
+// other file information changes nothing mayasim reads.
+bool Runner::file_info() {
+  std::vector<std::string> values;
+  Word w;
+  while (_lex.next(w))
+    if (w.quoted)
+      values.push_back(maya_ascii::string_value(w));
+  if (_lex.failed())
+    return false;
+  if (values.size() == 2 && values[0] == "codeset")
+    header_codeset(values[1]);
+  return true;
+}
+
 bool Runner::current_unit() {
   Word w;
   while (_lex.next(w)) {
@@ -1341,15 +1379,11 @@ bool Runner::current_unit() {
     if (f == "-l" || f == "-linear") {
       if (!word(value, "a linear unit"))
         return false;
-      bool found = false;
-      for (const LinearUnitName& u : LINEAR_UNITS)
-        if (value.text == u.name || value.text == u.long_name) {
-          _f.linear_unit = u.unit;
-          _f.centimetres_per_unit = centimetres_per(u.unit);
-          found = true;
-        }
-      if (!found)
+      const LinearUnitName* unit = linear_unit_named(value.text);
+      if (!unit)
         return fail("unknown linear unit " + quoted(value.text));
+      _f.linear_unit = unit->unit;
+      _f.centimetres_per_unit = centimetres_per(unit->unit);
     } else if (f == "-a" || f == "-angle") {
       if (!word(value, "an angle unit"))
         return false;
@@ -1366,14 +1400,11 @@ bool Runner::current_unit() {
     } else if (f == "-t" || f == "-time") {
       if (!word(value, "a time unit"))
         return false;
-      MTime::Unit unit = fps_unit(value.text);
-      for (const TimeUnitName& u : TIME_UNITS)
-        if (value.text == u.name)
-          unit = u.unit;
-      if (unit == MTime::kInvalid)
-        return fail("the time unit " + quoted(value.text) +
-                    " has no MTime unit in the Maya API mayasim models (Maya 2017's units)");
-      _f.time_unit = unit;
+      const TimeUnitName* unit = time_unit_named(value.text);
+      if (!unit)
+        return fail("unknown time unit " + quoted(value.text));
+      _f.time_unit = unit->unit;
+      _f.seconds_per_frame = unit->seconds;
     } else if (f == "-ua" || f == "-updateAnimation") {
       if (!word(value, "the flag's value"))
         return false;
@@ -1386,6 +1417,54 @@ bool Runner::current_unit() {
 
 } // namespace
 
+namespace {
+
+// The "//Codeset: NAME" line of a file's header (the comments before its
+// first statement); empty when it has none.
+std::string_view header_codeset_name(const char* text, size_t size) {
+  std::string_view rest(text, size);
+  static const char KEY[] = "//Codeset:";
+  while (rest.size() >= 2 && rest.substr(0, 2) == "//") {
+    size_t end = rest.find_first_of("\r\n");
+    std::string_view line = rest.substr(0, end);
+    if (line.substr(0, sizeof(KEY) - 1) == KEY) {
+      line.remove_prefix(sizeof(KEY) - 1);
+      while (!line.empty() && (line.front() == ' ' || line.front() == '\t'))
+        line.remove_prefix(1);
+      while (!line.empty() && (line.back() == ' ' || line.back() == '\t'))
+        line.remove_suffix(1);
+      return line;
+    }
+    if (end == std::string_view::npos)
+      break;
+    rest.remove_prefix(end);
+    while (!rest.empty() && (rest.front() == '\r' || rest.front() == '\n' || rest.front() == ' ' ||
+                             rest.front() == '\t'))
+      rest.remove_prefix(1);
+  }
+  return std::string_view();
+}
+
+// Whether text without the "//Maya ASCII" header line still reads as a
+// scene Maya would open: Maya sources a .ma file as MEL, and the header is
+// only a comment, so a file that starts (after comments) with one of the
+// commands Maya writes into scenes is one.
+bool starts_like_a_scene(const char* text, size_t size) {
+  Lexer lex(text, size);
+  if (!lex.begin_statement())
+    return false;
+  Word w;
+  if (!lex.next(w) || w.quoted)
+    return false;
+  static const char* const COMMANDS[] = {"requires", "currentUnit", "fileInfo", "createNode", "file", "select"};
+  for (const char* c : COMMANDS)
+    if (w.text == c)
+      return true;
+  return false;
+}
+
+} // namespace
+
 bool run_statements(const char* text, size_t size, FileScene& scene, std::string& error) {
   static const char MAGIC[] = "//Maya ASCII";
   if (size >= 4 && (std::string_view(text, 4) == "FOR4" || std::string_view(text, 4) == "FOR8")) {
@@ -1393,11 +1472,16 @@ bool run_statements(const char* text, size_t size, FileScene& scene, std::string
                               "as Maya ASCII.";
     return false;
   }
-  if (size < sizeof(MAGIC) - 1 || std::string_view(text, sizeof(MAGIC) - 1) != MAGIC) {
-    error = scene.file_name + ":1: not a Maya ASCII file (it does not start with \"//Maya ASCII\")";
+  bool header = size >= sizeof(MAGIC) - 1 && std::string_view(text, sizeof(MAGIC) - 1) == MAGIC;
+  if (!header && !starts_like_a_scene(text, size)) {
+    error = scene.file_name + ":1: not a Maya ASCII file (it does not start with \"//Maya ASCII\", nor with a "
+                              "command Maya writes into scenes)";
     return false;
   }
   Runner runner(text, size, scene);
+  std::string_view codeset = header_codeset_name(text, size);
+  if (!codeset.empty())
+    runner.header_codeset(codeset);
   return runner.run(error);
 }
 

@@ -188,14 +188,9 @@ bool build_mesh(const StoredMesh& s, MeshData& m, std::string& problem) {
   m.points.resize(point_count);
   for (size_t i = 0; i < point_count; ++i)
     m.points[i] = MPoint(s.points[3 * i], s.points[3 * i + 1], s.points[3 * i + 2]);
-  for (size_t i = 0; i < s.tweaks.size() / 3; ++i) {
-    if (i >= point_count) {
-      if (s.tweaks[3 * i] != 0 || s.tweaks[3 * i + 1] != 0 || s.tweaks[3 * i + 2] != 0) {
-        problem = "it moves point " + std::to_string(i) + " of " + std::to_string(point_count);
-        return false;
-      }
-      continue;
-    }
+  // Tweaks of points the mesh does not have change nothing (Maya keeps a
+  // tweak array longer than the points, and ignores the rest).
+  for (size_t i = 0; i < s.tweaks.size() / 3 && i < point_count; ++i) {
     m.points[i].x += s.tweaks[3 * i];
     m.points[i].y += s.tweaks[3 * i + 1];
     m.points[i].z += s.tweaks[3 * i + 2];
