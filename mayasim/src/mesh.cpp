@@ -54,86 +54,6 @@ MStatus set_names(const MeshData* m, std::vector<Set> MeshData::*sets, MStringAr
 } // namespace
 
 // ---------------------------------------------------------------------------
-// Triangulation: ear clipping in the polygon's plane. Convex polygons come
-// out as a fan from their first vertex; corners keep the polygon's winding.
-
-namespace mayasim {
-
-// Triangles of polygon `face` as object-relative vertex ids; false when the
-// polygon has no valid triangulation (degenerate or self-crossing).
-bool triangulate(const MeshData& m, int face, std::vector<int>& triangles) {
-  triangles.clear();
-  const std::vector<int>& ids = m.polygons[size_t(face)];
-  size_t n = ids.size();
-  if (n < 3)
-    return false;
-  // Newell's normal.
-  double nx = 0, ny = 0, nz = 0;
-  for (size_t i = 0; i < n; ++i) {
-    const MPoint& a = m.points[size_t(ids[i])];
-    const MPoint& b = m.points[size_t(ids[(i + 1) % n])];
-    nx += (a.y - b.y) * (a.z + b.z);
-    ny += (a.z - b.z) * (a.x + b.x);
-    nz += (a.x - b.x) * (a.y + b.y);
-  }
-  double length = sqrt(nx * nx + ny * ny + nz * nz);
-  if (length < 1e-12)
-    return false;
-  // Project on the plane of the two axes other than the normal's largest.
-  int drop = fabs(nx) > fabs(ny) ? (fabs(nx) > fabs(nz) ? 0 : 2) : (fabs(ny) > fabs(nz) ? 1 : 2);
-  double sign = (drop == 0 ? nx : drop == 1 ? ny : nz) > 0 ? 1.0 : -1.0;
-  auto project = [&](int id, double& u, double& v) {
-    const MPoint& p = m.points[size_t(id)];
-    double c[3] = {p.x, p.y, p.z};
-    u = c[(drop + 1) % 3];
-    v = c[(drop + 2) % 3];
-  };
-  auto cross = [&](int a, int b, int c) {
-    double au, av, bu, bv, cu, cv;
-    project(a, au, av);
-    project(b, bu, bv);
-    project(c, cu, cv);
-    return sign * ((bu - au) * (cv - av) - (bv - av) * (cu - au));
-  };
-  auto inside = [&](int p, int a, int b, int c) {
-    return cross(a, b, p) > 1e-12 && cross(b, c, p) > 1e-12 && cross(c, a, p) > 1e-12;
-  };
-  std::vector<int> ring(ids.begin(), ids.end());
-  while (ring.size() > 3) {
-    bool clipped = false;
-    for (size_t i = 1; i <= ring.size() && !clipped; ++i) {
-      size_t at = i % ring.size();
-      int prev = ring[(at + ring.size() - 1) % ring.size()];
-      int cur = ring[at];
-      int next = ring[(at + 1) % ring.size()];
-      if (cross(prev, cur, next) <= 1e-12)
-        continue; // reflex or flat: not an ear
-      bool empty = true;
-      for (int other : ring)
-        if (other != prev && other != cur && other != next && inside(other, prev, cur, next))
-          empty = false;
-      if (!empty)
-        continue;
-      triangles.push_back(prev);
-      triangles.push_back(cur);
-      triangles.push_back(next);
-      ring.erase(ring.begin() + long(at));
-      clipped = true;
-    }
-    if (!clipped)
-      return false;
-  }
-  if (cross(ring[0], ring[1], ring[2]) <= 1e-12)
-    return false;
-  triangles.push_back(ring[0]);
-  triangles.push_back(ring[1]);
-  triangles.push_back(ring[2]);
-  return true;
-}
-
-} // namespace mayasim
-
-// ---------------------------------------------------------------------------
 // MFnMesh
 
 namespace {
@@ -557,9 +477,9 @@ MStatus MItMeshPolygon::numTriangles(int& count) const {
   PolygonWalk& w = walk(_state);
   if (w.at >= w.faces.size() || should_fail("MItMeshPolygon::numTriangles"))
     return MS::kFailure;
-  // A face without a valid triangulation has no triangles.
+  // Maya triangulates every face, also one it reports as invalid.
   w.triangulate_current();
-  count = w.valid ? int(w.triangles.size() / 3) : 0;
+  count = int(w.triangles.size() / 3);
   return MS::kSuccess;
 }
 MStatus MItMeshPolygon::getTriangle(int localTriIndex, MPointArray& points, MIntArray& vertexList,
@@ -568,7 +488,7 @@ MStatus MItMeshPolygon::getTriangle(int localTriIndex, MPointArray& points, MInt
   if (w.at >= w.faces.size())
     return MS::kFailure;
   w.triangulate_current();
-  if (!w.valid || localTriIndex < 0 || size_t(localTriIndex) * 3 >= w.triangles.size())
+  if (localTriIndex < 0 || size_t(localTriIndex) * 3 >= w.triangles.size())
     return MS::kInvalidParameter;
   points.clear();
   vertexList.clear();

@@ -295,8 +295,11 @@ std::string full_path_name(const Path& path);
 Path first_path_to(Node* node);
 
 
-// Triangles of polygon `face` as object-relative vertex ids (three per
-// triangle); false when the polygon has no valid triangulation.
+// Triangles of polygon `face` as object-relative vertex ids, three per
+// triangle, as Maya triangulates it (see triangulation.cpp): n - 2 of them
+// for a polygon of n corners, whatever its shape. False when Maya reports
+// the polygon as having no valid triangulation (it covers no area, or a
+// point repeats); its triangles are made all the same.
 bool triangulate(const MeshData& mesh, int face, std::vector<int>& triangles);
 
 } // namespace mayasim

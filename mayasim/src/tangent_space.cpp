@@ -89,8 +89,7 @@ void compute_tangent_space(const MeshData& m, const UvSet* set, TangentSpace& ou
       }
       out.ids[size_t(fv)] = id;
     }
-    if (!triangulate(m, int(f), triangles))
-      continue;
+    triangulate(m, int(f), triangles);
     for (size_t t = 0; t + 2 < triangles.size(); t += 3) {
       int local[3];
       for (int k = 0; k < 3; ++k) {

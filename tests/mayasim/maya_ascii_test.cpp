@@ -24,6 +24,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <math.h>
 #include <string.h>
@@ -312,6 +314,87 @@ TEST(MayaAscii, MalformedFilesFailWithTheFileLineAndStatement) {
   EXPECT_EQ("Cannot open /nonexistent/scene.ma: No such file or directory", r.error);
 }
 
+namespace {
+
+// What a mesh holds, taken out of the scene so that meshes of two scenes
+// can be compared.
+struct MeshSnapshot {
+  std::vector<MPoint> points;
+  std::vector<std::vector<int>> polygons, uv_ids;
+  std::vector<float> u, v;
+  unsigned normals = 0;
+};
+
+MeshSnapshot snapshot(const char* shape) {
+  MeshSnapshot s;
+  MFnMesh mesh(find(shape));
+  MPointArray points;
+  mesh.getPoints(points);
+  for (unsigned i = 0; i < points.length(); ++i)
+    s.points.push_back(points[i]);
+  for (int f = 0; f < mesh.numPolygons(); ++f) {
+    MIntArray corners;
+    mesh.getPolygonVertices(f, corners);
+    s.polygons.emplace_back();
+    s.uv_ids.emplace_back();
+    for (unsigned k = 0; k < corners.length(); ++k) {
+      s.polygons.back().push_back(corners[k]);
+      int uv = -1;
+      mesh.getPolygonUVid(f, int(k), uv);
+      s.uv_ids.back().push_back(uv);
+    }
+  }
+  MFloatArray u, v;
+  mesh.getUVs(u, v);
+  for (unsigned i = 0; i < u.length(); ++i) {
+    s.u.push_back(u[i]);
+    s.v.push_back(v[i]);
+  }
+  MFloatVectorArray normals;
+  mesh.getNormals(normals);
+  s.normals = normals.length();
+  return s;
+}
+
+// Point for point, face for face, UV for UV. Maya computes its creators in
+// single precision, so points agree to a few units in the seventh digit.
+void expect_same_mesh(const MeshSnapshot& saved, const MeshSnapshot& built, double tolerance) {
+  ASSERT_EQ(saved.points.size(), built.points.size());
+  for (size_t i = 0; i < saved.points.size(); ++i)
+    EXPECT_TRUE(saved.points[i].isEquivalent(built.points[i], tolerance)) << "point " << i;
+  ASSERT_EQ(saved.polygons.size(), built.polygons.size());
+  for (size_t f = 0; f < saved.polygons.size(); ++f) {
+    EXPECT_EQ(saved.polygons[f], built.polygons[f]) << "face " << f;
+    EXPECT_EQ(saved.uv_ids[f], built.uv_ids[f]) << "UVs of face " << f;
+  }
+  ASSERT_EQ(saved.u.size(), built.u.size());
+  for (size_t i = 0; i < saved.u.size(); ++i) {
+    EXPECT_NEAR(saved.u[i], built.u[i], 1e-6) << "u " << i;
+    EXPECT_NEAR(saved.v[i], built.v[i], 1e-6) << "v " << i;
+  }
+  EXPECT_EQ(saved.normals, built.normals) << "same smoothing";
+}
+
+// The statements of one node of a shared file (from its createNode to the
+// next), loaded as a scene of their own: a mesh Maya saved, out of a file
+// whose other parts mayasim does not need.
+bool load_node_of(const std::string& path, const std::string& create, mayasim::MayaAsciiResult& r) {
+  std::ifstream in(path, std::ios::binary);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  size_t start = text.find(create);
+  if (start == std::string::npos)
+    return false;
+  size_t end = text.find("\ncreateNode ", start + 1);
+  std::string scene = HEADER + std::string("createNode transform -n \"saved\";\n") +
+                      text.substr(start, end == std::string::npos ? std::string::npos : end + 1 - start);
+  size_t parent = scene.find(" -p \"", scene.find(create));
+  if (parent != std::string::npos)
+    scene.replace(parent, scene.find(';', parent) - parent, " -p \"saved\"");
+  return mayasim::load_maya_ascii_text(scene.data(), scene.size(), path, r);
+}
+
+} // namespace
+
 TEST(MayaAscii, ThePolyCubeMatchesTheCubeMayaSaved) {
   if (!have_corpus())
     GTEST_SKIP() << "no shared test data";
@@ -319,40 +402,37 @@ TEST(MayaAscii, ThePolyCubeMatchesTheCubeMayaSaved) {
   // unspecifiedShape is evaluated from polyCube1, made the same way.
   mayasim::MayaAsciiResult r;
   ASSERT_TRUE(mayasim::load_maya_ascii(corpus("mayausd_UsdExportMeshTest.ma"), r)) << r.error;
-  MFnMesh saved(find("polyShape")), built(find("unspecifiedShape"));
-  MPointArray a, b;
-  saved.getPoints(a);
-  built.getPoints(b);
-  ASSERT_EQ(a.length(), b.length());
-  for (unsigned i = 0; i < a.length(); ++i)
-    EXPECT_TRUE(a[i].isEquivalent(b[i], 1e-9)) << "point " << i;
-  ASSERT_EQ(saved.numPolygons(), built.numPolygons());
-  MFloatArray su, sv, bu, bv;
-  saved.getUVs(su, sv);
-  built.getUVs(bu, bv);
-  ASSERT_EQ(su.length(), bu.length());
-  for (unsigned i = 0; i < su.length(); ++i) {
-    EXPECT_NEAR(su[i], bu[i], 1e-6) << "u " << i;
-    EXPECT_NEAR(sv[i], bv[i], 1e-6) << "v " << i;
-  }
-  for (int f = 0; f < saved.numPolygons(); ++f) {
-    MIntArray sa, ba;
-    saved.getPolygonVertices(f, sa);
-    built.getPolygonVertices(f, ba);
-    ASSERT_EQ(sa.length(), ba.length());
-    for (unsigned k = 0; k < sa.length(); ++k) {
-      EXPECT_EQ(sa[k], ba[k]) << "face " << f << " corner " << k;
-      int s_uv = -1, b_uv = -1;
-      saved.getPolygonUVid(f, int(k), s_uv);
-      built.getPolygonUVid(f, int(k), b_uv);
-      EXPECT_EQ(s_uv, b_uv) << "face " << f << " corner " << k;
-    }
-  }
-  // Same geometry, same normals.
-  MFloatVectorArray sn, bn;
-  saved.getNormals(sn);
-  built.getNormals(bn);
-  EXPECT_EQ(sn.length(), bn.length());
+  expect_same_mesh(snapshot("polyShape"), snapshot("unspecifiedShape"), 1e-9);
+}
+
+TEST(MayaAscii, ThePolySphereAndPolyCylinderMatchTheOnesMayaSaved) {
+  if (!have_corpus())
+    GTEST_SKIP() << "no shared test data";
+  // A default sphere (20 by 20) whose history was deleted, as Maya 2016
+  // saved it, against a default polySphere.
+  mayasim::MayaAsciiResult r;
+  std::string emily = std::string(TW_SHARED_TESTDATA) + "/maya-artists/hpddigitalemily_Emily_2_1_Materials_pbrt.ma";
+  ASSERT_TRUE(load_node_of(emily, "createNode mesh -n \"Emily_head_transShape\"", r)) << r.error;
+  MeshSnapshot saved = snapshot("Emily_head_transShape");
+  ASSERT_TRUE(load(R"(createNode transform -n "s";
+createNode mesh -n "sShape" -p "s";
+createNode polySphere -n "polySphere1";
+connectAttr "polySphere1.out" "sShape.i";
+)", r)) << r.error;
+  expect_same_mesh(saved, snapshot("sShape"), 2e-6);
+  // A cylinder with a capped fan (one cap subdivision) and its UVs
+  // normalised together, as Maya 8.5 saved it.
+  std::string refs = std::string(TW_SHARED_TESTDATA) + "/maya-references/ref4m2r.ma";
+  ASSERT_TRUE(load_node_of(refs, "createNode mesh -n \"pCylinderShape2\"", r)) << r.error;
+  saved = snapshot("pCylinderShape2");
+  ASSERT_TRUE(load(R"(createNode transform -n "c";
+createNode mesh -n "cShape" -p "c";
+createNode polyCylinder -n "polyCylinder1";
+	setAttr ".sc" 1;
+	setAttr ".cuv" 3;
+connectAttr "polyCylinder1.out" "cShape.i";
+)", r)) << r.error;
+  expect_same_mesh(saved, snapshot("cShape"), 2e-6);
 }
 
 TEST(MayaAscii, ASubdividedCubesPointsAreInTheOrderItsSkinWeightsExpect) {

@@ -233,37 +233,82 @@ TEST(MayasimMesh, TriangulationOfConvexAndConcavePolygons) {
                        {0, 1, 2, 3, 4});
 }
 
-TEST(MayasimMesh, TriangleCornersOfAQuadFollowTheFaceOrder) {
-  new_scene();
-  mesh(transform("quad"), "quadShape", grid(1, 1));
-  MItMeshPolygon it(path_to("quad"));
-  MIntArray all;
-  MPointArray points;
-  ASSERT_EQ(MS::kSuccess, it.getTriangles(points, all).statusCode());
-  EXPECT_EQ(6u, all.length());
-  MIntArray vertices;
-  it.getVertices(vertices);
-  EXPECT_EQ(4u, vertices.length());
-  EXPECT_EQ(vertices[0], all[0]) << "the first triangle starts at the face's first corner";
-}
+namespace {
 
-TEST(MayasimMesh, DegeneratePolygonsHaveNoTriangulation) {
+// The triangles of polygon 0 of a mesh of `points` and `polygon`, as vertex
+// ids, three a triangle; *valid gets hasValidTriangulation.
+std::vector<int> triangles_of(const std::vector<MPoint>& points, const std::vector<int>& polygon, bool* valid) {
   new_scene();
   MeshDesc d;
-  d.points = {MPoint(0, 0, 0), MPoint(1, 0, 0), MPoint(2, 0, 0), MPoint(0, 0, 0), MPoint(1, 0, 0), MPoint(0, 1, 0)};
-  d.polygons = {{0, 1, 2}, {3, 4, 5}};
+  d.points = points;
+  d.polygons = {polygon};
   d.tangents = false;
-  mesh(transform("bad"), "badShape", d);
-  MItMeshPolygon it(path_to("bad"));
-  EXPECT_FALSE(it.hasValidTriangulation()) << "three points on a line";
-  int count = -1;
-  EXPECT_EQ(MS::kSuccess, it.numTriangles(count).statusCode());
-  EXPECT_EQ(0, count);
-  MPointArray points;
-  MIntArray ids;
-  EXPECT_NE(MS::kSuccess, it.getTriangle(0, points, ids).statusCode());
-  it.next();
-  EXPECT_TRUE(it.hasValidTriangulation());
+  mesh(transform("p"), "pShape", d);
+  MItMeshPolygon it(path_to("p"));
+  *valid = it.hasValidTriangulation();
+  MIntArray all;
+  MPointArray corners;
+  EXPECT_EQ(MS::kSuccess, it.getTriangles(corners, all).statusCode());
+  int count = 0;
+  it.numTriangles(count);
+  EXPECT_EQ(int(all.length()), 3 * count);
+  return std::vector<int>(&all[0], &all[0] + all.length());
+}
+
+} // namespace
+
+// Maya splits a quad (0 1 2 3) into (0 1 3) and (3 1 2) whichever diagonal
+// is shorter (the quads of the shared truth scenes, exported by Maya).
+TEST(MayasimMesh, QuadsSplitAsMayaSplitsThem) {
+  bool valid = false;
+  // The diagonal 0-2 is the shorter here; Maya still takes 1-3.
+  std::vector<MPoint> kite = {MPoint(0, 0, 0), MPoint(3, -1, 0), MPoint(4, 0, 0), MPoint(3, 1, 0)};
+  EXPECT_EQ((std::vector<int>{0, 1, 3, 3, 1, 2}), triangles_of(kite, {0, 1, 2, 3}, &valid));
+  EXPECT_TRUE(valid);
+  EXPECT_EQ((std::vector<int>{2, 3, 1, 1, 3, 0}), triangles_of(kite, {2, 3, 0, 1}, &valid))
+      << "by corner order, not by vertex id";
+  // Reflex at corner 0: the diagonal 1-3 leaves the quad, 0-2 is taken.
+  std::vector<MPoint> dart = {MPoint(2, 1, 0), MPoint(4, 0, 0), MPoint(2, 4, 0), MPoint(0, 0, 0)};
+  std::vector<int> t = triangles_of(dart, {0, 1, 2, 3}, &valid);
+  EXPECT_EQ((std::vector<int>{1, 2, 0, 0, 2, 3}), t) << "the strip from the next corner";
+  // Larger convex polygons: the same alternating strip.
+  std::vector<MPoint> hexagon;
+  for (int i = 0; i < 6; ++i)
+    hexagon.push_back(MPoint(cos(i * M_PI / 3), sin(i * M_PI / 3), 0));
+  EXPECT_EQ((std::vector<int>{0, 1, 5, 5, 1, 2, 5, 2, 4, 4, 2, 3}), triangles_of(hexagon, {0, 1, 2, 3, 4, 5}, &valid));
+}
+
+TEST(MayasimMesh, EveryPolygonHasTrianglesAndDegenerateOnesAreReported) {
+  bool valid = true;
+  // Three points on a line: a triangle of no area, reported as invalid.
+  std::vector<MPoint> line = {MPoint(0, 0, 0), MPoint(1, 0, 0), MPoint(2, 0, 0), MPoint(3, 0, 0)};
+  EXPECT_EQ(3u, triangles_of(line, {0, 1, 2}, &valid).size());
+  EXPECT_FALSE(valid);
+  EXPECT_EQ(6u, triangles_of(line, {0, 1, 2, 3}, &valid).size()) << "n - 2 triangles all the same";
+  EXPECT_FALSE(valid);
+  // A point twice: invalid, though it covers area.
+  std::vector<MPoint> square = {MPoint(0, 0, 0), MPoint(1, 0, 0), MPoint(1, 1, 0), MPoint(0, 1, 0)};
+  EXPECT_EQ(9u, triangles_of(square, {0, 1, 2, 1, 3}, &valid).size());
+  EXPECT_FALSE(valid);
+  // A twisted quad (a bow tie): triangulated, and valid, since it covers
+  // area and passes no point twice.
+  std::vector<MPoint> bow = {MPoint(0, 0, 0), MPoint(1, 1, 0), MPoint(1, 0, 0), MPoint(0, 1, 0.5)};
+  EXPECT_EQ(6u, triangles_of(bow, {0, 1, 2, 3}, &valid).size());
+  EXPECT_TRUE(valid);
+  // A non-planar quad.
+  std::vector<MPoint> bent = {MPoint(0, 0, 0), MPoint(1, 0, 0), MPoint(1, 1, 1), MPoint(0, 1, 0)};
+  EXPECT_EQ((std::vector<int>{0, 1, 3, 3, 1, 2}), triangles_of(bent, {0, 1, 2, 3}, &valid));
+  EXPECT_TRUE(valid);
+  // A large polygon (a 1,000-point star) still comes out whole and fast.
+  std::vector<MPoint> star;
+  std::vector<int> ids;
+  for (int i = 0; i < 1000; ++i) {
+    double r = i % 2 ? 1.0 : 0.4, a = 2 * M_PI * i / 1000;
+    star.push_back(MPoint(r * cos(a), r * sin(a), 0));
+    ids.push_back(i);
+  }
+  EXPECT_EQ(3u * 998u, triangles_of(star, ids, &valid).size());
+  EXPECT_TRUE(valid);
 }
 
 TEST(MayasimMesh, ShadingGroupsPerInstanceAndPolygon) {
@@ -400,9 +445,11 @@ TEST(MayasimMesh, TangentFramesFollowTheUvs) {
   EXPECT_EQ(0, unmapped.numUVs(sets[0]));
   unmapped.getTangents(tangents);
   ASSERT_EQ(4u, tangents.length()) << "one per corner, none shared";
-  // Corner 1 lies in one triangle of the quad; its tangent is its next edge.
+  // Corners 0 and 2 lie in one triangle each of the quad, (0 1 3) and
+  // (3 1 2); a corner's tangent is its next edge in its triangle.
   MItMeshPolygon it(path_to("bare"));
-  expect_vector(0, 1, 0, tangents[it.tangentIndex(1)], "corner 1 takes the edge to corner 2");
+  expect_vector(1, 0, 0, tangents[it.tangentIndex(0)], "corner 0 takes the edge to corner 1");
+  expect_vector(-1, 0, 0, tangents[it.tangentIndex(2)], "corner 2 takes the edge to corner 3");
 }
 
 // A hard cube with Maya's UV layout: corners share a frame only where the

@@ -299,10 +299,13 @@ bool sphere(const FileNode& n, StoredMesh& out, std::string& problem) {
   if (!within_budget(double(sa) * (sh + 1), problem))
     return false;
   std::vector<double> points;
+  // Point i of a ring is a step round from the +x axis, (i + 1) / sa of a
+  // turn (as the spheres Maya saved have them: the seam's points are the
+  // last of each ring).
   for (int j = 1; j < sh; ++j) {
     double phi = -PI / 2 + PI * j / sh;
     for (int i = 0; i < sa; ++i) {
-      double theta = 2 * PI * i / sa;
+      double theta = 2 * PI * (i + 1) / sa;
       points.push_back(r * std::cos(phi) * std::cos(theta));
       points.push_back(r * std::sin(phi));
       points.push_back(-r * std::cos(phi) * std::sin(theta));
@@ -347,10 +350,10 @@ bool sphere(const FileNode& n, StoredMesh& out, std::string& problem) {
   return true;
 }
 
-// The cylinder: rings of points from the bottom up; faces: rows of side
-// quads, then the bottom and top caps (one polygon each, or fans round a
-// centre point with one cap subdivision). Side edges are smooth, the caps'
-// rims hard.
+// The cylinder: rings of points from the bottom up, each starting a step
+// round from +x as the sphere's do; faces: rows of side quads, then the
+// bottom and top caps (one polygon each, or fans round a centre point with
+// one cap subdivision). Side edges are smooth, the caps' rims hard.
 bool cylinder(const FileNode& n, StoredMesh& out, std::string& problem) {
   double r = setting(n, "r", 1), h = setting(n, "h", 2);
   int sa, sh, sc, cuv;
@@ -366,63 +369,34 @@ bool cylinder(const FileNode& n, StoredMesh& out, std::string& problem) {
   if (!within_budget(double(sa) * (sh + 3), problem))
     return false;
   std::vector<double> points;
+  auto angle = [&](int i) { return 2 * PI * (i + 1) / sa; };
   for (int j = 0; j <= sh; ++j)
     for (int i = 0; i < sa; ++i) {
-      double theta = 2 * PI * i / sa;
-      points.push_back(r * std::cos(theta));
+      points.push_back(r * std::cos(angle(i)));
       points.push_back(-h / 2 + h * j / sh);
-      points.push_back(-r * std::sin(theta));
+      points.push_back(-r * std::sin(angle(i)));
     }
   int bottom_centre = (sh + 1) * sa, top_centre = bottom_centre + 1;
   if (sc == 1)
     points.insert(points.end(), {0, -h / 2, 0, 0, h / 2, 0});
   auto at = [&](int ring, int i) { return ring * sa + i % sa; };
-  // UVs: the side unrolled over the top half, the caps as discs below.
-  auto side_uv = [&](int ring, int i) { return ring * (sa + 1) + i; };
-  int cap_base = (sh + 1) * (sa + 1);
-  std::vector<double> uvs;
-  for (int j = 0; j <= sh; ++j)
-    for (int i = 0; i <= sa; ++i) {
-      uvs.push_back(double(i) / sa);
-      uvs.push_back(0.5 + 0.5 * j / sh);
-    }
-  for (int cap = 0; cap < 2; ++cap)
-    for (int i = 0; i < sa; ++i) {
-      double theta = 2 * PI * i / sa;
-      uvs.push_back((cap == 0 ? 0.25 : 0.75) + 0.24 * std::cos(theta));
-      uvs.push_back(0.25 + 0.24 * std::sin(theta));
-    }
-  uvs.insert(uvs.end(), {0.25, 0.25, 0.75, 0.25});
-  int centre_uvs = cap_base + 2 * sa;
   std::vector<std::vector<int>> polygons, ids;
   for (int j = 0; j < sh; ++j)
-    for (int i = 0; i < sa; ++i) {
+    for (int i = 0; i < sa; ++i)
       polygons.push_back({at(j, i), at(j, i + 1), at(j + 1, i + 1), at(j + 1, i)});
-      ids.push_back({side_uv(j, i), side_uv(j, i + 1), side_uv(j + 1, i + 1), side_uv(j + 1, i)});
-    }
   if (sc == 0) {
-    std::vector<int> bottom, bottom_ids, top, top_ids;
-    for (int i = sa - 1; i >= 0; --i) {
+    std::vector<int> bottom, top;
+    for (int i = sa - 1; i >= 0; --i)
       bottom.push_back(at(0, i));
-      bottom_ids.push_back(cap_base + i);
-    }
-    for (int i = 0; i < sa; ++i) {
+    for (int i = 0; i < sa; ++i)
       top.push_back(at(sh, i));
-      top_ids.push_back(cap_base + sa + i);
-    }
     polygons.push_back(bottom);
-    ids.push_back(bottom_ids);
     polygons.push_back(top);
-    ids.push_back(top_ids);
   } else {
-    for (int i = 0; i < sa; ++i) {
+    for (int i = 0; i < sa; ++i)
       polygons.push_back({at(0, i + 1), at(0, i), bottom_centre});
-      ids.push_back({cap_base + (i + 1) % sa, cap_base + i, centre_uvs});
-    }
-    for (int i = 0; i < sa; ++i) {
+    for (int i = 0; i < sa; ++i)
       polygons.push_back({at(sh, i), at(sh, i + 1), top_centre});
-      ids.push_back({cap_base + sa + i, cap_base + sa + (i + 1) % sa, centre_uvs + 1});
-    }
   }
   if (!orient(points, n.axis, problem))
     return false;
@@ -434,8 +408,64 @@ bool cylinder(const FileNode& n, StoredMesh& out, std::string& problem) {
     bool rim = ra == rb && (ra == 0 || ra == sh);
     return !rim;
   });
-  if (cuv != 0)
-    add_uv_set(out, "map1", uvs, ids);
+  if (cuv == 0)
+    return true;
+  std::vector<double> uvs;
+  int side_base = 0, bottom_base = 0, top_base = 0, centre_base = 0;
+  if (sc == 1 && cuv == 3) {
+    // The layout of the cylinder Maya saved with these settings: the
+    // bottom cap's disc, the side unrolled above it, the top cap's disc
+    // mirrored above that, then the caps' centres.
+    const double R = 0.15625;
+    bottom_base = 0;
+    for (int i = 0; i < sa; ++i)
+      uvs.insert(uvs.end(), {0.5 + R * std::cos(angle(i)), 0.15625 - R * std::sin(angle(i))});
+    side_base = sa;
+    for (int j = 0; j <= sh; ++j)
+      for (int i = 0; i <= sa; ++i)
+        uvs.insert(uvs.end(), {0.375 + 0.25 * i / sa, 0.3125 + 0.37593985 * j / sh});
+    top_base = side_base + (sa + 1) * (sh + 1);
+    for (int k = 0; k < sa; ++k)
+      uvs.insert(uvs.end(), {0.5 + R * std::cos(angle(k)), 0.84375 - R * std::sin(angle(k))});
+    centre_base = top_base + sa;
+    uvs.insert(uvs.end(), {0.5, 0.15, 0.5, 0.8375});
+  } else {
+    // Other settings (not checked against a cylinder Maya saved): the side
+    // unrolled over the top half, the caps as discs below.
+    side_base = 0;
+    for (int j = 0; j <= sh; ++j)
+      for (int i = 0; i <= sa; ++i)
+        uvs.insert(uvs.end(), {double(i) / sa, 0.5 + 0.5 * j / sh});
+    bottom_base = (sh + 1) * (sa + 1);
+    top_base = bottom_base + sa;
+    for (int cap = 0; cap < 2; ++cap)
+      for (int i = 0; i < sa; ++i)
+        uvs.insert(uvs.end(), {(cap == 0 ? 0.25 : 0.75) + 0.24 * std::cos(angle(i)), 0.25 + 0.24 * std::sin(angle(i))});
+    centre_base = top_base + sa;
+    uvs.insert(uvs.end(), {0.25, 0.25, 0.75, 0.25});
+  }
+  // The top cap's UV of ring point i: mirrored in the Maya layout.
+  bool mirrored_top = sc == 1 && cuv == 3;
+  auto top_uv = [&](int i) { return top_base + (mirrored_top ? ((sa - 2 - i) % sa + sa) % sa : i % sa); };
+  auto side_uv = [&](int ring, int i) { return side_base + ring * (sa + 1) + i; };
+  for (int j = 0; j < sh; ++j)
+    for (int i = 0; i < sa; ++i)
+      ids.push_back({side_uv(j, i), side_uv(j, i + 1), side_uv(j + 1, i + 1), side_uv(j + 1, i)});
+  if (sc == 0) {
+    std::vector<int> bottom_ids, top_ids;
+    for (int i = sa - 1; i >= 0; --i)
+      bottom_ids.push_back(bottom_base + i);
+    for (int i = 0; i < sa; ++i)
+      top_ids.push_back(top_uv(i));
+    ids.push_back(bottom_ids);
+    ids.push_back(top_ids);
+  } else {
+    for (int i = 0; i < sa; ++i)
+      ids.push_back({bottom_base + (i + 1) % sa, bottom_base + i, centre_base});
+    for (int i = 0; i < sa; ++i)
+      ids.push_back({top_uv(i), top_uv(i + 1), centre_base + 1});
+  }
+  add_uv_set(out, "map1", uvs, ids);
   return true;
 }
 
