@@ -5,7 +5,7 @@ JOBS ?= 2
 # What the benchmarks compare against, from Debian's packages.
 BENCH_PACKAGES := libbenchmark-dev rapidjson-dev nlohmann-json3-dev libmimalloc-dev
 
-.PHONY: test demo build bench check-deep clean js-deps viewer gltf-check viewer-test
+.PHONY: test demo build bench check-deep clean js-deps viewer gltf-check viewer-test truth-check
 
 # Configures quietly but for what a user should know: benchmarks left out
 # for want of their peers, and how the 32-bit tests run.
@@ -64,6 +64,11 @@ viewer-test: gltf-check
 	  else sudo apt-get update -qq && sudo DEBIAN_FRONTEND=noninteractive apt-get install -y -qq chromium >/dev/null; fi \
 	fi
 	node tools/viewer/viewer_test.mjs build/$(PRESET)/tools/twi build/$(PRESET)/gltf-validation build/$(PRESET)/viewer-screenshots
+
+# Every scene of the shared truth collection exported and compared, triangle
+# by triangle, with what an exporter running inside real Maya wrote from it.
+truth-check: build
+	ctest --preset $(PRESET) --output-on-failure --no-tests=error -R '^Truth[.]' -V | grep -E 'differences|Passed|Failed|tests passed'
 
 check-deep:
 	./.ci/check-deep
