@@ -321,9 +321,12 @@ bool path_has_fn(const Path& path, MFn::Type type) {
   Node* n = path.back();
   if (n->has_fn(type))
     return true;
+  // A transform answers for the shapes below it that extendToShape would
+  // reach: intermediate objects (a deformer's leftover ...Orig input) are
+  // not its shape.
   if (n->is_transform())
     for (Node* c : n->children)
-      if (!c->is_transform() && c->has_fn(type))
+      if (!c->is_transform() && !c->is_intermediate && c->has_fn(type))
         return true;
   return false;
 }

@@ -7,6 +7,8 @@
 
 #include "mayasim/maya_ascii.h"
 
+#include <maya/MDagPath.h>
+
 #include <fstream>
 #include <math.h>
 #include <sstream>
@@ -242,4 +244,41 @@ TEST_F(MayaAsciiExport, AnimationFollowsTheFilesKeysAndPlaybackRange) {
   double u = (1.0 / 30) * 24;
   double s = 3 * u * u - 2 * u * u * u;
   EXPECT_NEAR((-8.4976140071971855 + s * (-13.180064874791341 + 8.4976140071971855)) / 100, samples[16 + 12], 1e-6);
+}
+
+// A deformer deleted in Maya can leave a transform whose only mesh is the
+// intermediate ...Orig shape. That is not the transform's shape (it is
+// hidden, and extendToShape does not reach it): the node exports as a plain
+// transform.
+TEST_F(MayaAsciiExport, ATransformWhoseOnlyMeshIsIntermediateExportsAsAPlainNode) {
+  std::string text = R"(//Maya ASCII 2020 scene
+requires maya "2020";
+currentUnit -l centimeter -a degree -t film;
+createNode transform -n "leftover";
+	setAttr ".t" -type "double3" 0 3 0 ;
+createNode mesh -n "leftoverShapeOrig" -p "leftover";
+	setAttr -k off ".v";
+	setAttr ".io" yes;
+	setAttr -s 3 ".vt[0:2]"  0 0 0 1 0 0 0 1 0;
+	setAttr -s 3 ".ed[0:2]"  0 1 0 1 2 0 2 0 0;
+	setAttr -s 1 -ch 3 ".fc[0]" -type "polyFaces" f 3 0 1 2;
+createNode transform -n "kept";
+createNode mesh -n "keptShape" -p "kept";
+	setAttr -s 3 ".vt[0:2]"  0 0 0 1 0 0 0 1 0;
+	setAttr -s 3 ".ed[0:2]"  0 1 0 1 2 0 2 0 0;
+	setAttr -s 1 -ch 3 ".fc[0]" -type "polyFaces" f 3 0 1 2;
+connectAttr "keptShape.iog" ":initialShadingGroup.dsm" -na;
+)";
+  ASSERT_TRUE(mayasim::load_maya_ascii_text(text.data(), text.size(), "leftover.ma", result)) << result.error;
+  MDagPath path;
+  ASSERT_EQ(MS::kSuccess, MDagPath::getAPathTo(mayasim::builder::find("leftover"), path).statusCode());
+  EXPECT_FALSE(path.hasFn(MFn::kMesh)) << "its only mesh is an intermediate object";
+  EXPECT_NE(MS::kSuccess, path.extendToShape().statusCode());
+  SceneDatabase& db = exported();
+  auto node = db.nodes.find("leftover");
+  ASSERT_NE(db.nodes.end(), node);
+  EXPECT_EQ(0u, node.value().geometries.size());
+  EXPECT_NEAR(0.03f, node.value().local[13], 1e-7) << "kept as a transform";
+  EXPECT_EQ(db.geometries.end(), db.geometries.find("leftover"));
+  EXPECT_NE(db.geometries.end(), db.geometries.find("kept"));
 }
