@@ -25,13 +25,17 @@ struct ExportSettings {
   bool export_hidden;      // export nodes whose own visibility is off
   bool selected;           // export only nodes that are themselves selected
   bool animation_only;     // recorded only; nothing consults it
+  // 0: a vertex with more than four influences fails its skin (the
+  // default); 1 to 4: each vertex keeps its N largest weights, renormalised.
+  uint32_t max_influences;
   bool has_time_range;     // set by the driver: start_time < end_time
   float start_time;        // seconds
   float end_time;          // seconds
   uint32_t samples_per_second;
 
   ExportSettings()
-      : file(nullptr), export_hidden(false), selected(false), animation_only(false), has_time_range(false),
+      : file(nullptr), export_hidden(false), selected(false), animation_only(false), max_influences(0),
+        has_time_range(false),
         start_time(0.0f), end_time(0.0f), samples_per_second(0) {}
 };
 

@@ -9,6 +9,7 @@
 #include <maya/MDagPath.h>
 #include <maya/MFn.h>
 #include <maya/MFnDagNode.h>
+#include <maya/MItDag.h>
 
 #include <string.h>
 
@@ -32,6 +33,30 @@ bool is_ancestor(const Ancestor* ancestors, const char* name) {
   return false;
 }
 
+// The line after a name clash: the path being exported and another DAG
+// path to a node of the same name, so that the artist knows which two.
+void describe_clash(ExporterContext& context, const char* name, const MDagPath& path) {
+  MString here = path.fullPathName();
+  MString other;
+  for (MItDag it; !it.isDone(); it.next()) {
+    MDagPath candidate;
+    if (!it.getPath(candidate) || candidate == path)
+      continue;
+    if (strcmp(MFnDagNode(candidate).name().asUTF8(), name) == 0) {
+      other = candidate.fullPathName();
+      break;
+    }
+  }
+  append_log(context, "Both ");
+  append_log(context, other.length() ? other.asUTF8() : "another node");
+  append_log(context, " and ");
+  append_log(context, here.asUTF8());
+  append_log(context, " are named ");
+  append_log(context, name);
+  append_log(context, "; names must be unique in the export: rename one of them in Maya, or export a selection "
+                      "that holds only one.\n");
+}
+
 bool export_subtree(ExporterContext& context, SceneDatabase& database, const char* parent, const MDagPath& path,
                     const Ancestor* ancestors) {
   Allocator& allocator = *context.allocator;
@@ -42,6 +67,7 @@ bool export_subtree(ExporterContext& context, SceneDatabase& database, const cha
     append_log(context, "A node with name: ");
     append_log(context, name.c_str());
     append_log(context, " already found.\n");
+    describe_clash(context, name.c_str(), path);
     return false;
   }
 

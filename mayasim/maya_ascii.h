@@ -32,6 +32,13 @@ struct MayaAsciiResult {
   size_t bytes = 0;                  // the text read
   size_t nodes = 0;                  // nodes in the scene afterwards
   size_t connections = 0;            // connectAttr statements
+  // Mesh shapes loaded without geometry (their function sets fail, so an
+  // export that reaches them fails), each with the reason in a sentence.
+  struct MeshProblem {
+    std::string shape;
+    std::string problem;
+  };
+  std::vector<MeshProblem> mesh_problems;
 };
 
 // Replaces the scene with the one in the file at `path`; false (and

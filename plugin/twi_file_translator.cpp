@@ -46,6 +46,12 @@ void parse_translator_options(const MString& options, ExportSettings& settings) 
       settings.export_hidden = value;
     else if (parts[0] == "animation_only")
       settings.animation_only = value;
+    else if (parts[0] == "max_influences")
+      // 1 to 4; anything else leaves the refusal of more than four.
+      settings.max_influences = parts.length() > 1 && (parts[1] == "1" || parts[1] == "2" || parts[1] == "3" ||
+                                                       parts[1] == "4")
+                                    ? uint32_t(parts[1].asChar()[0] - '0')
+                                    : 0;
   }
 }
 

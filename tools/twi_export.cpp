@@ -27,6 +27,7 @@
 #include <maya/MString.h>
 #include <maya/MTime.h>
 
+#include <cctype>
 #include <cmath>
 #include <stdio.h>
 #include <stdlib.h>
@@ -63,6 +64,12 @@ const char* const USAGE =
     "                        instead of the twi_export command\n"
     "  --options \"k=v;...\"   the translator's options string (with --translator;\n"
     "                        --hidden and --animations are added after it)\n"
+    "  --max-influences N    a skinned vertex with more than four influences keeps\n"
+    "                        its N largest weights (1 to 4), scaled to sum 1, and\n"
+    "                        the export says how many vertices changed; without it\n"
+    "                        such a skin fails the export. It goes through the\n"
+    "                        translator (option max_influences=N), since the\n"
+    "                        twi_export command has no flag for it\n"
     "  --range START:END     playback range in frames (finite, END >= START, at\n"
     "                        most a million samples at 30 a second)\n"
     "  --fps N               frame rate of the scene (15, 24, 25, 30, 48, 50, 60, ...)\n"
@@ -96,6 +103,7 @@ struct Options {
   std::vector<std::string> select;
   bool translator = false;
   std::string translator_options;
+  int max_influences = 0;
   bool has_range = false;
   double range_start = 0, range_end = 0;
   int fps = 0;
@@ -210,6 +218,10 @@ int parse(int argc, char** argv, Options& o) {
       }
     } else if (a == "--translator") {
       o.translator = true;
+    } else if (a == "--max-influences") {
+      if (!value(v) || v.size() != 1 || v[0] < '1' || v[0] > '4')
+        return usage_error("--max-influences takes a number of influences from 1 to 4, not \"%s\"", v.c_str());
+      o.max_influences = v[0] - '0';
     } else if (a == "--options") {
       if (!value(o.translator_options))
         return usage_error("%s needs an options string such as \"export_hidden=true\"", a.c_str());
@@ -374,7 +386,7 @@ int main(int argc, char** argv) {
 
 // Loads the scene the command line names: a built-in one or a .ma file.
 // 0 when it is loaded; otherwise the exit status.
-int load_scene(const Options& o, std::vector<std::string>& warnings) {
+int load_scene(const Options& o, mayasim::MayaAsciiResult& result) {
   if (o.scene.compare(0, 5, "demo:") == 0) {
     const tools::DemoScene* demo = tools::find_demo_scene(o.scene.c_str() + 5);
     if (!demo)
@@ -382,9 +394,7 @@ int load_scene(const Options& o, std::vector<std::string>& warnings) {
     demo->build();
     return 0;
   }
-  mayasim::MayaAsciiResult result;
   bool loaded = mayasim::load_maya_ascii(o.scene, result);
-  warnings = result.warnings;
   if ((!o.quiet && !o.list) || !loaded)
     for (const std::string& w : result.warnings)
       printf("Warning: %s\n", w.c_str());
@@ -399,10 +409,24 @@ int load_scene(const Options& o, std::vector<std::string>& warnings) {
   return 0;
 }
 
+// Whether `text` names the DAG node `name` as the last part of a path
+// ("|group|shape.", "|shape\n").
+bool names_node(const std::string& text, const std::string& name) {
+  std::string bar = "|" + name;
+  for (size_t at = text.find(bar); at != std::string::npos; at = text.find(bar, at + 1)) {
+    size_t end = at + bar.size();
+    if (end == text.size() || !(isalnum(static_cast<unsigned char>(text[end])) || text[end] == '_' ||
+                                text[end] == ':'))
+      return true;
+  }
+  return false;
+}
+
 int export_scene(const Options& o, foundation::ConsoleServer* console) {
-  std::vector<std::string> warnings;
-  if (int status = load_scene(o, warnings))
+  mayasim::MayaAsciiResult loaded;
+  if (int status = load_scene(o, loaded))
     return status;
+  const std::vector<std::string>& warnings = loaded.warnings;
   if (o.list) {
     fputs(mayasim::outline_scene().c_str(), stdout);
     printf("\n%zu warning%s%s\n", warnings.size(), warnings.size() == 1 ? "" : "s", warnings.empty() ? "" : ":");
@@ -465,8 +489,10 @@ int export_scene(const Options& o, foundation::ConsoleServer* console) {
   shown = host.script_editor().size();
 
   MStatus status;
-  if (o.translator) {
+  if (o.translator || o.max_influences > 0) {
     std::string options = o.translator_options;
+    if (o.max_influences > 0)
+      options += (options.empty() ? "" : ";") + std::string("max_influences=") + std::to_string(o.max_influences);
     if (o.hidden)
       options += (options.empty() ? "" : ";") + std::string("export_hidden=true");
     if (o.animations)
@@ -484,6 +510,9 @@ int export_scene(const Options& o, foundation::ConsoleServer* console) {
       command += " -a";
     status = host.execute(command);
   }
+  std::string export_text;
+  for (size_t i = shown; i < host.script_editor().size(); ++i)
+    export_text += host.script_editor()[i].text + "\n";
   print_script_editor(host, shown, o.quiet, console);
   shown = host.script_editor().size();
 
@@ -491,6 +520,11 @@ int export_scene(const Options& o, foundation::ConsoleServer* console) {
   print_script_editor(host, shown, o.quiet, console);
   if (!status) {
     fprintf(stderr, "twi-export: the export of %s failed\n", o.scene.c_str());
+    // A mesh mayasim loaded without geometry fails the export where it is
+    // reached; the reason, and what to do, is the load's.
+    for (const mayasim::MayaAsciiResult::MeshProblem& p : loaded.mesh_problems)
+      if (names_node(export_text, p.shape))
+        fprintf(stderr, "twi-export: %s: %s: %s.\n", o.scene.c_str(), p.shape.c_str(), p.problem.c_str());
     return 1;
   }
   if (!o.quiet)

@@ -69,6 +69,9 @@ TEST(Capture, TooManyWeightsLeaveTheSkinWithItsJointsButNoGeometry) {
   Capture c;
   EXPECT_FALSE(c.export_mesh("body"));
   EXPECT_EQ("Exporter does not support skins with more than four influencing bones per vertex.\n"
+            "Vertex 2 of |body|bodyShape has 5 influences: j0 0.2, j1 0.2, j2 0.2, j3 0.2, j4 0.2. Prune the skin "
+            "to four influences in Maya (Skin > Prune Weights, or the skin cluster's Max Influences), or export "
+            "with max_influences=4 to keep each vertex's four largest weights.\n"
             "Failed exporting skin\n",
             c.log());
   EXPECT_FALSE(c.database.geometries.has("body")) << "the mesh is dropped";

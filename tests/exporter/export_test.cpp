@@ -165,7 +165,9 @@ TEST_F(Export, DuplicateNamesFailWithTheMessageAndWriteNothing) {
   EXPECT_FALSE(exists(out()));
   std::vector<std::string> lines = info_lines(host);
   ASSERT_FALSE(lines.empty());
-  EXPECT_EQ("A node with name: arm already found.\nFailed exporting node.\n", lines.back())
+  EXPECT_EQ("A node with name: arm already found.\nBoth |left|arm and |right|arm are named arm; names must be unique in the export: rename one of them in Maya, or export a selection that holds only one.\n"
+            "Failed exporting node.\n",
+            lines.back())
       << "the failure is shown once, by the command, after the last progress line";
   EXPECT_EQ("Exporting Node: right\n", lines[lines.size() - 2]);
 }
@@ -176,7 +178,9 @@ TEST_F(Export, ANodeNamedLikeItsAncestorIsRefused) {
   transform("pCube1", middle);
   EXPECT_EQ(MS::kFailure, export_command("", out()).statusCode());
   EXPECT_FALSE(exists(out()));
-  EXPECT_EQ("A node with name: pCube1 already found.\nFailed exporting node.\n", info_lines(host).back());
+  EXPECT_EQ("A node with name: pCube1 already found.\nBoth |pCube1 and |pCube1|middle|pCube1 are named pCube1; names must be unique in the export: rename one of them in Maya, or export a selection that holds only one.\n"
+            "Failed exporting node.\n",
+            info_lines(host).back());
 }
 
 TEST_F(Export, ARejectedChildCutsItsSubtreeWhichComesBackAsARoot) {

@@ -129,11 +129,59 @@ TEST_F(SkinExport, OneWeightOnTheThirdJointInASkinOfThree) {
   EXPECT_FLOAT_EQ(0.3f, weights[4]);
 }
 
-TEST_F(SkinExport, FiveWeightsOnAVertexFailTheMesh) {
-  skinned_strip(1, 5, weights_for(4, 5, {{0.2, 0.2, 0.2, 0.2, 0.2}}));
+TEST_F(SkinExport, FiveWeightsOnAVertexFailTheMeshNamingTheWorstVertex) {
+  // Vertex 1 has five influences, vertex 2 six: the six are named.
+  skinned_strip(1, 6,
+                weights_for(4, 6, {{1, 0, 0, 0, 0, 0}, {0.2, 0.2, 0.2, 0.2, 0.2, 0}, {0.5, 0.1, 0.1, 0.1, 0.1, 0.1}}));
   EXPECT_EQ("Exporter does not support skins with more than four influencing bones per vertex.\n"
+            "Vertex 2 of |strip|stripShape has 6 influences: j0 0.5, j1 0.1, j2 0.1, j3 0.1, j4 0.1, j5 0.1. Prune "
+            "the skin to four influences in Maya (Skin > Prune Weights, or the skin cluster's Max Influences), or "
+            "export with max_influences=4 to keep each vertex's four largest weights.\n"
             "Failed exporting skin\nFailed exporting node.\n",
             failed_export());
+}
+
+// With max_influences=N (translator option), each vertex keeps its N
+// largest weights, scaled to sum 1, and the export says how many changed.
+TEST_F(SkinExport, AnInfluenceLimitKeepsTheLargestWeightsRenormalised) {
+  skinned_strip(1, 6,
+                weights_for(4, 6, {{0.05, 0.3, 0.05, 0.3, 0.2, 0.1}, {0.6, 0.4, 0, 0, 0, 0}, {0.25, 0.25, 0.25, 0.25, 0, 0}}));
+  auto run = [&](const char* options) {
+    host.clear_script_editor();
+    EXPECT_EQ(MS::kSuccess,
+              host.export_file("TarnwickIntermediate", out(), options, MPxFileTranslator::kExportAccessMode)
+                  .statusCode())
+        << host.script_editor_text();
+    _database.reset(new SceneDatabase(foundation::memory_globals::default_allocator()));
+    read(out(), *_database);
+    return &_database->geometries.find("strip").value();
+  };
+  const SceneGeometry* g = run("max_influences=4");
+  const float* weights = floats(g->streams[5]);
+  const float* joints = floats(g->streams[6]);
+  EXPECT_EQ(twi::CT_FLOAT4, g->streams[5].channels[0].type);
+  // Vertex 0: 0.3, 0.3, 0.2, 0.1 kept (0.9), in influence order, over 0.9.
+  EXPECT_EQ((std::vector<float>{1, 3, 4, 5}), std::vector<float>(joints, joints + 4));
+  EXPECT_NEAR(0.3 / 0.9, weights[0], 1e-6);
+  EXPECT_NEAR(0.1 / 0.9, weights[3], 1e-6);
+  // Vertex 2 has four: unchanged.
+  EXPECT_EQ((std::vector<float>{0.25f, 0.25f, 0.25f, 0.25f}), std::vector<float>(weights + 8, weights + 12));
+  EXPECT_NE(std::string::npos,
+            host.script_editor_text().find("1 vertices had more than 4 influences: each kept its 4 largest weights"))
+      << host.script_editor_text();
+  // Two: vertices 0 and 2 change; equal weights keep the earlier joints.
+  g = run("max_influences=2");
+  weights = floats(g->streams[5]);
+  joints = floats(g->streams[6]);
+  EXPECT_EQ(twi::CT_FLOAT2, g->streams[5].channels[0].type);
+  EXPECT_EQ((std::vector<float>{1, 3, 0, 1, 0, 1}), std::vector<float>(joints, joints + 6));
+  EXPECT_EQ((std::vector<float>{0.5f, 0.5f, 0.6f, 0.4f, 0.5f, 0.5f}), std::vector<float>(weights, weights + 6));
+  EXPECT_NE(std::string::npos, host.script_editor_text().find("2 vertices had more than 2 influences"));
+  // An unusable value leaves the refusal.
+  host.clear_script_editor();
+  EXPECT_EQ(MS::kFailure,
+            host.export_file("TarnwickIntermediate", out(), "max_influences=9", MPxFileTranslator::kExportAccessMode)
+                .statusCode());
 }
 
 TEST_F(SkinExport, SkinFailuresNameTheirReason) {

@@ -85,7 +85,8 @@ TEST(TwiExportTool, FailuresExitWithOneAndWriteNothing) {
   test::TempDirectory dir;
   test::ProgramRun clash = run_export("demo:clash -o " + dir.file("c.twi"));
   EXPECT_EQ(1, clash.status);
-  EXPECT_TRUE(contains(clash.output, "A node with name: arm already found.\nFailed exporting node.\n")) << clash.output;
+  EXPECT_TRUE(contains(clash.output, "A node with name: arm already found.\nBoth |")) << clash.output;
+  EXPECT_TRUE(contains(clash.output, "are named arm; names must be unique in the export")) << clash.output;
   EXPECT_TRUE(test::read_file(dir.file("c.twi")).empty());
 
   test::ProgramRun unwritable = run_export("demo:empty -o " + dir.file("missing/folder/x.twi"));
@@ -170,4 +171,49 @@ TEST(TwiExportTool, ExportsAndListsMayaAsciiScenes) {
   EXPECT_EQ(2, shared.status);
   EXPECT_TRUE(contains(shared.output, "2 nodes of ")) << shared.output;
   EXPECT_EQ(0, run_export(legs + " --selected --select a -o " + dir.file("s.twi")).status);
+}
+
+// A skin with five influences on a vertex: refused, naming the vertex; with
+// --max-influences, kept to the largest weights. A mesh mayasim could not
+// evaluate: the failure repeats why, naming the file and the shape.
+TEST(TwiExportTool, RefusalsSayWhatToDoAndTheInfluenceLimitIsAnOption) {
+  test::TempDirectory dir;
+  std::string scene = dir.file("five.ma");
+  std::string text = "//Maya ASCII 2020 scene\nrequires maya \"2020\";\ncurrentUnit -l centimeter -a degree -t film;\n";
+  for (int j = 0; j < 5; ++j)
+    text += "createNode joint -n \"j" + std::to_string(j) + "\";\n";
+  text += "createNode transform -n \"tri\";\ncreateNode mesh -n \"triShape\" -p \"tri\";\n"
+          "\tsetAttr \".io\" yes;\n\tsetAttr -s 3 \".vt[0:2]\"  0 0 0 1 0 0 0 1 0;\n"
+          "\tsetAttr -s 3 \".ed[0:2]\"  0 1 0 1 2 0 2 0 0;\n"
+          "\tsetAttr -s 1 -ch 3 \".fc[0]\" -type \"polyFaces\" f 3 0 1 2;\n"
+          "createNode mesh -n \"triDeformed\" -p \"tri\";\n"
+          "createNode skinCluster -n \"skin\";\n"
+          "\tsetAttr -s 3 \".wl\";\n"
+          "\tsetAttr \".wl[0:2].w\" 5 0 0.2 1 0.2 2 0.2 3 0.2 4 0.2 1 0 1 1 0 1;\n";
+  for (int j = 0; j < 5; ++j)
+    text += "connectAttr \"j" + std::to_string(j) + ".wm\" \"skin.ma[" + std::to_string(j) + "]\";\n";
+  text += "connectAttr \"triShape.w\" \"skin.ip[0].ig\";\nconnectAttr \"skin.og[0]\" \"triDeformed.i\";\n"
+          "connectAttr \"triDeformed.iog\" \":initialShadingGroup.dsm\" -na;\n";
+  test::write_file(scene, text);
+  test::ProgramRun refused = run_export(scene + " -o " + dir.file("r.twi"));
+  EXPECT_EQ(1, refused.status);
+  EXPECT_TRUE(contains(refused.output, "Vertex 0 of |tri|triDeformed has 5 influences: j0 0.2, j1 0.2"))
+      << refused.output;
+  test::ProgramRun limited = run_export(scene + " --max-influences 4 -o " + dir.file("l.twi"));
+  ASSERT_EQ(0, limited.status) << limited.output;
+  EXPECT_TRUE(contains(limited.output, "1 vertices had more than 4 influences")) << limited.output;
+  EXPECT_EQ(0, run_twi("check " + dir.file("l.twi")).status);
+  EXPECT_EQ(2, run_export(scene + " --max-influences 5 -o " + dir.file("x.twi")).status);
+
+  // History mayasim does not evaluate: the load's reason after the failure.
+  std::string history = dir.file("history.ma");
+  test::write_file(history, "//Maya ASCII 2020 scene\nrequires maya \"2020\";\n"
+                            "createNode transform -n \"box\";\ncreateNode mesh -n \"boxShape\" -p \"box\";\n"
+                            "createNode polyCube -n \"polyCube1\";\ncreateNode polyBevel -n \"polyBevel1\";\n"
+                            "connectAttr \"polyCube1.out\" \"polyBevel1.ip\";\n"
+                            "connectAttr \"polyBevel1.out\" \"boxShape.i\";\n");
+  test::ProgramRun failed = run_export(history + " -o " + dir.file("h.twi"));
+  EXPECT_EQ(1, failed.status);
+  EXPECT_TRUE(contains(failed.output, history + ": boxShape: geometry comes from polyBevel1")) << failed.output;
+  EXPECT_TRUE(contains(failed.output, "delete history")) << failed.output;
 }

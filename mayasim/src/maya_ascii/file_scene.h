@@ -131,6 +131,8 @@ struct FileScene {
   std::vector<std::vector<int>> incoming, outgoing; // connection indices per node
   std::unordered_map<std::string, std::vector<int>> by_name; // node indices by name
   std::vector<std::string> warnings;
+  // Meshes loaded without geometry, and why (also among the warnings).
+  std::vector<std::pair<std::string, std::string>> mesh_problems;
   // Units of the file's values.
   double centimetres_per_unit = 1.0; // currentUnit -l
   double radians_per_unit = 0.017453292519943295; // currentUnit -a

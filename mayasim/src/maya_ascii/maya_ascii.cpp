@@ -25,6 +25,8 @@ bool load_maya_ascii_text(const char* text, size_t size, const std::string& name
   }
   maya_ascii::build_scene(file);
   result.warnings = file.warnings;
+  for (const auto& p : file.mesh_problems)
+    result.mesh_problems.push_back(MayaAsciiResult::MeshProblem{p.first, p.second});
   result.nodes = scene().nodes.size();
   result.connections = file.connections.size();
   return true;
