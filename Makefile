@@ -2,6 +2,9 @@
 SHELL := /bin/bash
 PRESET ?= release
 JOBS ?= 2
+# WERROR=ON treats warnings as errors (CI does; the dev preset always does).
+WERROR ?=
+CONFIGURE_FLAGS := $(if $(WERROR),-DTW_WERROR=$(WERROR))
 # What the benchmarks compare against, from Debian's packages.
 BENCH_PACKAGES := libbenchmark-dev rapidjson-dev nlohmann-json3-dev libmimalloc-dev
 
@@ -10,7 +13,7 @@ BENCH_PACKAGES := libbenchmark-dev rapidjson-dev nlohmann-json3-dev libmimalloc-
 # Configures quietly but for what a user should know: benchmarks left out
 # for want of their peers, and how the 32-bit tests run.
 build:
-	@set -o pipefail; cmake --preset $(PRESET) | { grep -E '^-- (benchmarks|32-bit)' || true; }
+	@set -o pipefail; cmake --preset $(PRESET) $(CONFIGURE_FLAGS) | { grep -E '^-- (benchmarks|32-bit)' || true; }
 	cmake --build --preset $(PRESET) -j $(JOBS)
 
 test: build
@@ -19,7 +22,7 @@ test: build
 # Exports the demo character through the plug-in running in mayasim, then
 # summarises what was written. Builds only what the demo needs.
 demo:
-	@set -o pipefail; cmake --preset $(PRESET) | { grep -E '^-- (benchmarks|32-bit)' || true; }
+	@set -o pipefail; cmake --preset $(PRESET) $(CONFIGURE_FLAGS) | { grep -E '^-- (benchmarks|32-bit)' || true; }
 	cmake --build --preset $(PRESET) -j $(JOBS) --target twi twi-export
 	./build/$(PRESET)/tools/twi-export demo:character -o demo.twi
 	./build/$(PRESET)/tools/twi info demo.twi

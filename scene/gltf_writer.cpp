@@ -262,7 +262,8 @@ bool Writer::write_nodes() {
   uint32_t count = _node_order.size();
   for (uint32_t i = 0; i < count; ++i) {
     const char* name = _node_order[i];
-    const SceneNode& node = _db.nodes.find(name).value();
+    auto node_entry = _db.nodes.find(name);
+    const SceneNode& node = node_entry.value();
     DynamicConfigValue& n = nodes.push_back();
     n.get("name").set_string(name);
     if (!matrix_is_finite(node.local))
@@ -293,7 +294,8 @@ bool Writer::write_nodes() {
   // child node of its own, numbered after all document nodes.
   for (uint32_t i = 0; i < count; ++i) {
     const char* name = _node_order[i];
-    const SceneNode& node = _db.nodes.find(name).value();
+    auto node_entry = _db.nodes.find(name);
+    const SceneNode& node = node_entry.value();
     for (uint32_t k = 0; k < node.geometries.size(); ++k) {
       const char* geometry_name = node.geometries[k].c_str();
       _placed.get_or_insert(geometry_name) = 1;

@@ -103,7 +103,8 @@ TEST(Capture, EarlySkinFailuresLeaveWhatWasFilled) {
     Capture c;
     EXPECT_FALSE(c.export_mesh("body"));
     ASSERT_TRUE(c.database.skins.has("body"));
-    const twi::SceneSkin& skin = c.database.skins.find("body").value();
+    auto skin_entry = c.database.skins.find("body");
+    const twi::SceneSkin& skin = skin_entry.value();
     ASSERT_EQ(3u, skin.joints.size()) << "sized to the influences";
     EXPECT_STREQ("b", skin.joints[1].name.c_str()) << "named before its index was asked";
     EXPECT_EQ(0u, skin.joints[2].name.length()) << "never reached";

@@ -79,7 +79,11 @@ void animated_chains(MTime::Unit fps_unit, double first, double last, int chains
       std::string name = "c" + std::to_string(c) + "_j" + std::to_string(j);
       parent = joint(name, parent, {0, 7.5, 0}, {0, 0, 10.0 * random.next()});
       key(parent, "rz", first, 0);
-      key(parent, "rz", first + (last - first) * random.next(), 120.0 * random.next() - 60.0);
+      // One draw after the other (arguments are evaluated in no set order):
+      // the value first, as the recorded texts have it.
+      double value = 120.0 * random.next() - 60.0;
+      double at = first + (last - first) * random.next();
+      key(parent, "rz", at, value);
       key(parent, "rz", last, 5.0);
       key(parent, "rx", first + 0.5, 30.0 * random.next());
       key(parent, "sy", last - 0.25, 1.0 + random.next());

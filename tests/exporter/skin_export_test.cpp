@@ -61,7 +61,8 @@ TEST_F(SkinExport, TheMeshComesFromTheInputShapeWithItsSkin) {
     deformed.push_back(MPoint(p.x - 500, p.y - 500, p.z - 500));
   set_points(find("stripShape"), deformed);
   SceneDatabase& db = exported();
-  const SceneGeometry& g = db.geometries.find("strip").value();
+  auto g_entry = db.geometries.find("strip");
+  const SceneGeometry& g = g_entry.value();
   EXPECT_FLOAT_EQ(0.0f, floats(g.streams[0])[0]) << "positions of the input shape";
   EXPECT_STREQ("strip", g.skin.c_str());
   ASSERT_EQ(7u, g.streams.size());
@@ -87,7 +88,8 @@ TEST_F(SkinExport, JointsAndMatricesInMetres) {
   skinned_strip(1, 3, weights_for(4, 3, {}));
   SceneDatabase& db = exported();
   ASSERT_TRUE(db.skins.has("strip"));
-  const twi::SceneSkin& skin = db.skins.find("strip").value();
+  auto skin_entry = db.skins.find("strip");
+  const twi::SceneSkin& skin = skin_entry.value();
   EXPECT_FLOAT_EQ(0.1f, skin.bind_matrix[14]) << "the mesh's transform at z = 10 cm";
   EXPECT_FLOAT_EQ(1.0f, skin.bind_matrix[0]);
   ASSERT_EQ(3u, skin.joints.size());
@@ -103,7 +105,8 @@ TEST_F(SkinExport, TheLargestKeptCountChoosesTheChannelType) {
   // Eight joints, but no vertex with more than two non-zero weights.
   std::vector<std::vector<double>> w = weights_for(6, 8, {{0, 0, 0, 0, 0, 0, 0.5, 0.5}, {0, 0.9, 0, 0, 0, 0, 0, 0}});
   skinned_strip(2, 8, w);
-  const SceneGeometry& g = exported().geometries.find("strip").value();
+  auto g_entry = exported().geometries.find("strip");
+  const SceneGeometry& g = g_entry.value();
   const GeometryStream& weights = g.streams[5];
   const GeometryStream& joints = g.streams[6];
   EXPECT_EQ(twi::CT_FLOAT2, weights.channels[0].type);
@@ -118,7 +121,8 @@ TEST_F(SkinExport, TheLargestKeptCountChoosesTheChannelType) {
 TEST_F(SkinExport, OneWeightOnTheThirdJointInASkinOfThree) {
   std::vector<std::vector<double>> w = weights_for(4, 3, {{0, 0, 1}, {0.2, 0.3, 0.5}});
   skinned_strip(1, 3, w);
-  const SceneGeometry& g = exported().geometries.find("strip").value();
+  auto g_entry = exported().geometries.find("strip");
+  const SceneGeometry& g = g_entry.value();
   EXPECT_EQ(twi::CT_FLOAT3, g.streams[5].channels[0].type);
   EXPECT_EQ(12u, g.streams[5].stride);
   const float* weights = floats(g.streams[5]);

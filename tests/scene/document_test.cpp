@@ -181,7 +181,8 @@ TEST(SceneDocument, ReaderLeniencyAndEmptyDocuments) {
   read_text("geometries = { g = { streams = [ { size = 2 stride = 4 channels = [ { index = 0 type = \"CT_FLOATX\" "
             "name = \"P\" } ] data = [ 1.5 2 ] } ] materials = 3 } }",
             db);
-  const GeometryStream& s = db.geometries.find("g").value().streams[0];
+  auto s_entry = db.geometries.find("g");
+  const GeometryStream& s = s_entry.value().streams[0];
   EXPECT_EQ(s.channels[0].type, CT_FLOAT1);
   float second;
   memcpy(&second, s.data.data() + 4, 4);
@@ -204,7 +205,8 @@ TEST(SceneDocument, StreamsWithPaddingOrAMisspeltTypeRoundTrip) {
       "nodes = null\nsource_path = \"\"\n";
   SceneDatabase db(heap());
   read_text(text, db);
-  const GeometryStream& padded = db.geometries.find("g").value().streams[0];
+  auto padded_entry = db.geometries.find("g");
+  const GeometryStream& padded = padded_entry.value().streams[0];
   ASSERT_EQ(56u, padded.data.size()) << "size x stride bytes";
   const float* f = reinterpret_cast<const float*>(padded.data.data());
   for (int i = 0; i < 10; ++i)

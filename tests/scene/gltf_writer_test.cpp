@@ -153,7 +153,8 @@ void add_square(SceneDatabase& db, const char* name) {
 // `per_triangle`: add_square's tangents and colours as made; otherwise
 // every corner uses the first of each.
 void expect_corners_match(const SceneDatabase& db, const Glb& glb, const char* name, int mesh, bool per_triangle) {
-  const SceneGeometry& g = db.geometries.find(name).value();
+  auto g_entry = db.geometries.find(name);
+  const SceneGeometry& g = g_entry.value();
   auto value = [&](uint32_t stream, uint32_t corner, uint32_t component) {
     uint32_t e = g.indices.streams[stream][corner];
     float f;
