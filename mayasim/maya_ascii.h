@@ -35,7 +35,8 @@ struct MayaAsciiResult {
   // Mesh shapes loaded without geometry (their function sets fail, so an
   // export that reaches them fails), each with the reason in a sentence.
   struct MeshProblem {
-    std::string shape;
+    std::string shape;               // its name
+    std::vector<std::string> paths;  // its full DAG paths ("|group|shape"), one per instance
     std::string problem;
   };
   std::vector<MeshProblem> mesh_problems;

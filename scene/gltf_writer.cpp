@@ -88,7 +88,7 @@ public:
   Writer(const SceneDatabase& db, GltfSummary& summary, Vector<String>& notes, String& error)
       : _db(db), _a(db.allocator()), _summary(summary), _notes(notes), _error(error), _root(_a), _bin(_a),
         _node_index(_a, 16), _node_order(_a), _skin_index(_a, 16), _material_index(_a, 16), _placed(_a, 16),
-        _animated(_a) {}
+        _animated(_a), _root_of(_a), _group_of_root(_a), _group_node(_a) {}
 
   bool run(const GltfOptions& options, Vector<uint8_t>& out);
 
@@ -105,6 +105,8 @@ private:
                           bool with_bounds, uint32_t& accessor);
 
   bool order_nodes();
+  void group_skeleton_roots();
+  int32_t group_of_joints(const SceneSkin& skin) const;
   bool write_nodes();
   bool write_mesh(const char* name, const SceneGeometry& g, int32_t& mesh, int32_t& skin);
   bool skin_for(const char* name, const char* mesh_name, int32_t& skin);
@@ -125,6 +127,12 @@ private:
   Map<String, int32_t> _material_index;
   Map<String, uint8_t> _placed; // geometries some node names
   Vector<uint8_t> _animated; // per glTF node: the target of an animation
+  // Skins whose joints lie under several roots of the document: glTF wants
+  // one root above a skin's joints. Such roots are grouped under an added
+  // node of identity transform (so nothing moves).
+  Vector<uint32_t> _root_of;       // per glTF node of the document: its root's number
+  Vector<int32_t> _group_of_root;  // per glTF node: its group when it is a grouped root, else -1
+  Vector<uint32_t> _group_node;    // per group: the glTF node made for it
   // The top-level members, made once: a reference into the root object is
   // good only while no member is added to it.
   struct Top {
@@ -241,6 +249,82 @@ bool Writer::order_nodes() {
   return true;
 }
 
+// Finds the skins whose joints do not share a root and groups the roots
+// they span (a root may join several such skins: groups merge).
+void Writer::group_skeleton_roots() {
+  uint32_t count = _node_order.size();
+  _root_of.resize(count);
+  _group_of_root.resize(count);
+  for (uint32_t i = 0; i < count; ++i)
+    _group_of_root[i] = -1;
+  // Roots come first in their own subtree's numbering: a node's root is the
+  // last root met at or before it in depth-first order.
+  uint32_t root = 0;
+  for (uint32_t i = 0; i < count; ++i) {
+    auto n = _db.nodes.find(_node_order[i]);
+    if (n.value().parent.length() == 0)
+      root = i;
+    _root_of[i] = root;
+  }
+  // Union of the roots each skin spans (parent links among root numbers).
+  Vector<uint32_t> leader(_a);
+  leader.resize(count);
+  for (uint32_t i = 0; i < count; ++i)
+    leader[i] = i;
+  auto find = [&](uint32_t x) {
+    while (leader[x] != x)
+      x = leader[x] = leader[leader[x]];
+    return x;
+  };
+  Vector<uint8_t> spans(_a);
+  spans.resize(count);
+  for (uint8_t& s : spans)
+    s = 0;
+  for (auto it = _db.skins.begin(); it != _db.skins.end(); ++it) {
+    int64_t first = -1;
+    for (const SkinJoint& j : it.value().joints) {
+      auto n = _node_index.find(j.name.c_str());
+      if (n == _node_index.end())
+        continue;
+      uint32_t r = _root_of[n.value()];
+      if (first < 0) {
+        first = r;
+        continue;
+      }
+      uint32_t a = find(uint32_t(first)), b = find(r);
+      if (a != b) {
+        leader[b] = a;
+        spans[uint32_t(first)] = spans[r] = 1;
+      }
+    }
+  }
+  // One group, and one node, per set of roots joined.
+  Vector<int32_t> group_of_leader(_a);
+  group_of_leader.resize(count);
+  for (int32_t& g : group_of_leader)
+    g = -1;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (!spans[i])
+      continue;
+    uint32_t l = find(i);
+    if (group_of_leader[l] < 0) {
+      group_of_leader[l] = int32_t(_group_node.size());
+      _group_node.push_back(0); // numbered when the nodes are written
+    }
+    _group_of_root[i] = group_of_leader[l];
+  }
+}
+
+// The group above a skin's joints, or -1 when they share a root already.
+int32_t Writer::group_of_joints(const SceneSkin& skin) const {
+  for (const SkinJoint& j : skin.joints) {
+    auto n = _node_index.find(j.name.c_str());
+    if (n != _node_index.end() && _group_of_root[_root_of[n.value()]] >= 0)
+      return _group_of_root[_root_of[n.value()]];
+  }
+  return -1;
+}
+
 void Writer::set_trs(DynamicConfigValue& node, const Trs& trs) {
   if (trs.translation[0] != 0 || trs.translation[1] != 0 || trs.translation[2] != 0)
     node.get("translation").append_floats(trs.translation, 3);
@@ -289,6 +373,26 @@ bool Writer::write_nodes() {
       for (const String& c : node.children)
         children.push_back().set_integer(int32_t(_node_index.find(c.c_str()).value()));
     }
+  }
+  // The nodes grouping roots that skins span: identity transforms, named
+  // after the first root they hold.
+  for (uint32_t g = 0; g < _group_node.size(); ++g) {
+    _group_node[g] = nodes.size();
+    DynamicConfigValue& group = nodes.push_back();
+    DynamicConfigValue& children = group.get("children");
+    const char* first = nullptr;
+    for (uint32_t i = 0; i < count; ++i)
+      if (_group_of_root[i] == int32_t(g)) {
+        children.push_back().set_integer(int32_t(i));
+        first = first ? first : _node_order[i];
+      }
+    String name(_a, first);
+    name.append("_skeleton");
+    group.get("name").set_string(name.c_str());
+    note("nodes \"%s\" and others hold the joints of one skin but have no common parent; they are written under "
+         "an added node \"%s\" (an identity transform: nothing moves), as glTF wants one root above a skin's "
+         "joints",
+         first, name.c_str());
   }
   // Meshes after the hierarchy: a geometry beyond a node's first becomes a
   // child node of its own, numbered after all document nodes.
@@ -396,6 +500,9 @@ bool Writer::skin_for(const char* name, const char* mesh_name, int32_t& skin) {
   k.get("name").set_string(name);
   k.get("inverseBindMatrices").set_integer(int32_t(accessor));
   k.get("joints").append_integers(joints.data(), joints.size());
+  int32_t group = group_of_joints(s);
+  if (group >= 0)
+    k.get("skeleton").set_integer(int32_t(_group_node[uint32_t(group)]));
   skin = int32_t(_summary.skins++);
   _skin_index.get_or_insert(name) = skin;
   return true;
@@ -1022,6 +1129,7 @@ bool Writer::run(const GltfOptions& options, Vector<uint8_t>& out) {
 
   if (!order_nodes())
     return false;
+  group_skeleton_roots();
   _animated.resize(_node_order.size());
   for (uint8_t& a : _animated)
     a = 0;
@@ -1046,8 +1154,20 @@ bool Writer::run(const GltfOptions& options, Vector<uint8_t>& out) {
   DynamicConfigValue& scene = _root.get("scenes").push_back();
   if (!_db.roots.empty()) {
     DynamicConfigValue& roots = scene.get("nodes");
-    for (const String& r : _db.roots)
-      roots.push_back().set_integer(int32_t(_node_index.find(r.c_str()).value()));
+    Vector<uint8_t> group_written(_a);
+    group_written.resize(_group_node.size());
+    for (uint8_t& w : group_written)
+      w = 0;
+    for (const String& r : _db.roots) {
+      uint32_t index = _node_index.find(r.c_str()).value();
+      int32_t group = _group_of_root[index];
+      if (group < 0) {
+        roots.push_back().set_integer(int32_t(index));
+      } else if (!group_written[uint32_t(group)]) {
+        group_written[uint32_t(group)] = 1;
+        roots.push_back().set_integer(int32_t(_group_node[uint32_t(group)]));
+      }
+    }
   } else {
     scene.set_object();
   }

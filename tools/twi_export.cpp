@@ -409,16 +409,17 @@ int load_scene(const Options& o, mayasim::MayaAsciiResult& result) {
   return 0;
 }
 
-// Whether `text` names the DAG node `name` as the last part of a path
-// ("|group|shape.", "|shape\n").
-bool names_node(const std::string& text, const std::string& name) {
-  std::string bar = "|" + name;
-  for (size_t at = text.find(bar); at != std::string::npos; at = text.find(bar, at + 1)) {
-    size_t end = at + bar.size();
-    if (end == text.size() || !(isalnum(static_cast<unsigned char>(text[end])) || text[end] == '_' ||
-                                text[end] == ':'))
-      return true;
-  }
+// Whether `text` names one of the DAG paths (followed by something that
+// cannot continue a name: "|group|shape.", "|shape\n").
+bool names_path(const std::string& text, const std::vector<std::string>& paths) {
+  for (const std::string& path : paths)
+    for (size_t at = text.find(path); at != std::string::npos; at = text.find(path, at + 1)) {
+      size_t end = at + path.size();
+      bool before = at == 0 || !(isalnum(static_cast<unsigned char>(text[at - 1])) || text[at - 1] == '_');
+      if (before && (end == text.size() || !(isalnum(static_cast<unsigned char>(text[end])) || text[end] == '_' ||
+                                             text[end] == ':' || text[end] == '|')))
+        return true;
+    }
   return false;
 }
 
@@ -523,7 +524,7 @@ int export_scene(const Options& o, foundation::ConsoleServer* console) {
     // A mesh mayasim loaded without geometry fails the export where it is
     // reached; the reason, and what to do, is the load's.
     for (const mayasim::MayaAsciiResult::MeshProblem& p : loaded.mesh_problems)
-      if (names_node(export_text, p.shape))
+      if (names_path(export_text, p.paths))
         fprintf(stderr, "twi-export: %s: %s: %s.\n", o.scene.c_str(), p.shape.c_str(), p.problem.c_str());
     return 1;
   }

@@ -1,7 +1,12 @@
 #!/usr/bin/env bash
-# Converts every demo scene, and every scene of the Maya ASCII collection
-# that exports, to .glb with `twi gltf` and checks each with the Khronos glTF
-# validator. Exits 1 on any validator error or failed conversion.
+# Converts every demo scene, every scene of the project (tests/data/scenes),
+# and every scene of the shared Maya collections that exports (maya-ascii,
+# maya-truth, maya-artists), to .glb and .gltf with `twi gltf` and checks
+# each with the Khronos glTF validator. Exits 1 on any validator error or
+# failed conversion, and on an export failure of a demo, project, maya-ascii
+# or maya-truth scene other than the designed refusals; artists' scenes that
+# mayasim cannot load or evaluate yet are listed (the tests check each
+# refusal's reason).
 #
 #   tools/validate-gltf.sh [BUILD_DIR] [OUT_DIR]
 #
@@ -18,10 +23,10 @@ build="${1:-$root/build/release}"
 out="${2:-$build/gltf-validation}"
 twi="$build/tools/twi"
 export_tool="$build/tools/twi-export"
-# The Maya ASCII collection: where the build looks for the shared test data.
-corpus=""
+# The shared collections: where the build looks for the shared test data.
+shared=""
 for candidate in "${TW_SHARED_TESTDATA:-}" "$root/../shared/testdata" /work/shared/testdata; do
-  if [ -n "$candidate" ] && [ -d "$candidate/maya-ascii" ]; then corpus="$candidate/maya-ascii"; break; fi
+  if [ -n "$candidate" ] && [ -d "$candidate/maya-ascii" ]; then shared="$candidate"; break; fi
 done
 
 if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
@@ -50,11 +55,13 @@ convert() { # NAME TWI: both forms, each checked
 # Scenes the exporter refuses by design (two nodes of one name): they are
 # listed, and any other export failure fails this script.
 refused_by_design=" clash mayausd_UsdExportInstancesTest "
-export_or_refuse() { # NAME SOURCE
+export_or_refuse() { # NAME SOURCE [listed]
   if "$export_tool" "$2" -o "$out/$1.twi" > "$out/$1.export.txt" 2>&1; then
     convert "$1" "$out/$1.twi"
   elif [[ "$refused_by_design" == *" ${1#demo_} "* ]]; then
     echo "$1: not exported, as designed: $(grep -m1 'already found' "$out/$1.export.txt" || tail -n1 "$out/$1.export.txt")"
+  elif [ "${3:-}" = listed ]; then
+    echo "$1: not exported: $(grep '^twi-export: ' "$out/$1.export.txt" | grep -v '^twi-export: loaded ' | tail -n1 | cut -c1-220)"
   else
     echo "$1: export failed"; cat "$out/$1.export.txt"; exit 1
   fi
@@ -64,9 +71,15 @@ demos=$("$export_tool" --list-demos | awk '$1 ~ /^demo:/ {print substr($1, 6)}')
 for d in $demos; do
   export_or_refuse "demo_$d" "demo:$d"
 done
-if [ -n "$corpus" ]; then
-  for ma in "$corpus"/*.ma; do
+for ma in "$root"/tests/data/scenes/*.ma; do
+  export_or_refuse "project_$(basename "$ma" .ma)" "$ma"
+done
+if [ -n "$shared" ]; then
+  for ma in "$shared"/maya-ascii/*.ma "$shared"/maya-truth/*.ma; do
     export_or_refuse "$(basename "$ma" .ma)" "$ma"
+  done
+  for ma in "$shared"/maya-artists/*.ma; do
+    export_or_refuse "$(basename "$ma" .ma)" "$ma" listed
   done
 elif [ "${TW_REQUIRE_TESTDATA:-0}" = 1 ]; then
   echo "validate-gltf: the Maya ASCII collection is missing (looked in \$TW_SHARED_TESTDATA, ../shared/testdata, /work/shared/testdata)"

@@ -520,3 +520,69 @@ TEST(GltfWriter, RefusesIndicesBeyondTheirStreamAndEmptyScenesStayValid) {
   EXPECT_TRUE(e.glb.j().get("scenes").at(0).is_object());
   EXPECT_EQ(e.file.size() % 4, 0u);
 }
+
+// Two joint chains side by side under the world, one skin over both: glTF
+// wants one root above a skin's joints, so the two roots are written under
+// an added node of identity transform, which the skin names as its
+// skeleton; nothing else moves.
+TEST(GltfWriter, ASkinOverSeparateRootsGetsOneSkeletonRoot) {
+  Allocator& a = memory_globals::default_allocator();
+  SceneDatabase db(a);
+  add_node(db, "body", "").geometries.push_back_default() = "body";
+  add_node(db, "left", "").local[12] = -1.0f;
+  add_node(db, "left_hand", "left");
+  add_node(db, "right", "").local[12] = 1.0f;
+  add_node(db, "right_hand", "right");
+  add_node(db, "prop", "");
+  SceneSkin& skin = db.skins.get_or_insert("body");
+  identity(skin.bind_matrix);
+  for (const char* j : {"left_hand", "right_hand"}) {
+    SkinJoint& joint = skin.joints.push_back_default();
+    joint.name = j;
+    identity(joint.inv_bind_matrix);
+  }
+  SceneGeometry& g = db.geometries.get_or_insert("body");
+  const float p[9] = {0, 0, 0, 1, 0, 0, 0, 1, 0};
+  memcpy(add_stream(g.streams, "POSITION", 0, CT_FLOAT3, 3), p, sizeof(p));
+  const float n[3] = {0, 0, 1};
+  memcpy(add_stream(g.streams, "NORMAL", 0, CT_FLOAT3, 1), n, sizeof(n));
+  const float w[3] = {1, 1, 1};
+  memcpy(add_stream(g.streams, "BLENDWEIGHTS", 0, CT_FLOAT1, 3), w, sizeof(w));
+  const float j[3] = {0, 1, 1};
+  memcpy(add_stream(g.streams, "BLENDINDICES", 0, CT_FLOAT1, 3), j, sizeof(j));
+  g.indices.size = 3;
+  g.indices.streams.resize(4);
+  for (uint32_t s = 0; s < 4; ++s)
+    for (uint32_t i = 0; i < 3; ++i)
+      g.indices.streams[s].push_back(s == 1 ? 0 : i);
+  g.skin = "body";
+  Converted c;
+  convert(db, c);
+  ASSERT_TRUE(c.ok) << c.error.c_str();
+  const DynamicConfigValue& nodes = c.glb.j().get("nodes");
+  // Document nodes depth first: body 0, left 1, left_hand 2, right 3,
+  // right_hand 4, prop 5; then the added root.
+  ASSERT_EQ(7u, nodes.size());
+  const DynamicConfigValue& group = nodes.at(6);
+  EXPECT_STREQ("left_skeleton", group.get("name").to_string());
+  EXPECT_FALSE(group.has("translation") || group.has("rotation") || group.has("scale") || group.has("matrix"));
+  ASSERT_EQ(2u, group.get("children").size());
+  EXPECT_EQ(1, group.get("children").at(0).to_integer());
+  EXPECT_EQ(3, group.get("children").at(1).to_integer());
+  EXPECT_FLOAT_EQ(-1.0f, nodes.at(1).get("translation").at(0).to_float()) << "the roots keep their own transforms";
+  const DynamicConfigValue& scene = c.glb.j().get("scenes").at(0).get("nodes");
+  ASSERT_EQ(3u, scene.size()) << "body, the added root in place of left and right, prop";
+  EXPECT_EQ(0, scene.at(0).to_integer());
+  EXPECT_EQ(6, scene.at(1).to_integer());
+  EXPECT_EQ(5, scene.at(2).to_integer());
+  EXPECT_EQ(6, c.glb.j().get("skins").at(0).get("skeleton").to_integer());
+  EXPECT_TRUE(c.has_note("have no common parent")) << "said";
+
+  // Joints under one root already: nothing is added.
+  skin.joints[1].name = "left";
+  Converted one;
+  convert(db, one);
+  ASSERT_TRUE(one.ok);
+  EXPECT_EQ(6u, one.glb.j().get("nodes").size());
+  EXPECT_FALSE(one.glb.j().get("skins").at(0).has("skeleton"));
+}

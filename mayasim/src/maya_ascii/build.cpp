@@ -528,13 +528,13 @@ void Build::meshes() {
     bool stored = upstream(int(i), "i") < 0 && n.mesh->has_geometry;
     if (!stored && !mesh_geometry(int(i), evaluated, problem, 0)) {
       warn(n.node->name + ": " + problem + ".");
-      _f.mesh_problems.push_back({n.node->name, problem});
+      _f.mesh_problems.push_back({n.node, problem});
       continue;
     }
     std::unique_ptr<MeshData> data(new MeshData);
     if (!build_mesh(stored ? *n.mesh : evaluated, *data, problem)) {
       warn(n.node->name + ": its geometry cannot be read: " + problem + ".");
-      _f.mesh_problems.push_back({n.node->name, "its geometry cannot be read: " + problem});
+      _f.mesh_problems.push_back({n.node, "its geometry cannot be read: " + problem});
       continue;
     }
     n.node->mesh = std::move(data);

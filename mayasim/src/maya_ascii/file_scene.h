@@ -132,7 +132,11 @@ struct FileScene {
   std::unordered_map<std::string, std::vector<int>> by_name; // node indices by name
   std::vector<std::string> warnings;
   // Meshes loaded without geometry, and why (also among the warnings).
-  std::vector<std::pair<std::string, std::string>> mesh_problems;
+  struct MeshProblem {
+    Node* shape;
+    std::string problem;
+  };
+  std::vector<MeshProblem> mesh_problems;
   // Units of the file's values.
   double centimetres_per_unit = 1.0; // currentUnit -l
   double radians_per_unit = 0.017453292519943295; // currentUnit -a

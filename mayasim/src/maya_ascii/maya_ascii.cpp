@@ -25,8 +25,12 @@ bool load_maya_ascii_text(const char* text, size_t size, const std::string& name
   }
   maya_ascii::build_scene(file);
   result.warnings = file.warnings;
-  for (const auto& p : file.mesh_problems)
-    result.mesh_problems.push_back(MayaAsciiResult::MeshProblem{p.first, p.second});
+  for (const auto& p : file.mesh_problems) {
+    MayaAsciiResult::MeshProblem problem{p.shape->name, {}, p.problem};
+    for (const Path& path : all_paths_to(p.shape))
+      problem.paths.push_back(full_path_name(path));
+    result.mesh_problems.push_back(problem);
+  }
   result.nodes = scene().nodes.size();
   result.connections = file.connections.size();
   return true;
