@@ -66,10 +66,12 @@ bool Node::has_fn(MFn::Type t) const {
 
 double Node::channel(char kind, int axis, double seconds) const {
   static const char* const AXES = "xyz";
-  char key[3] = {kind, AXES[axis], 0};
-  auto it = curves.find(key);
-  if (it != curves.end())
-    return it->second.evaluate(seconds);
+  if (!curves.empty()) {
+    char key[3] = {kind, AXES[axis], 0};
+    auto it = curves.find(key);
+    if (it != curves.end())
+      return it->second.evaluate(seconds);
+  }
   switch (kind) {
   case 't':
     return xform.translate[axis];

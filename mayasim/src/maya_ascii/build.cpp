@@ -62,10 +62,17 @@ void bake_tweaks(StoredMesh& m) {
   m.tweaks.clear();
 }
 
-MMatrix world_matrix(Node* n, double seconds) {
+// A node's world matrix at a time: its local matrix times its (first)
+// parents', in that order. Local matrices are kept in `locals` so that the
+// joints of a skin, which share their chain, each compute theirs once.
+MMatrix world_matrix(Node* n, double seconds, std::map<const Node*, MMatrix>& locals) {
   MMatrix m;
-  for (Node* at = n; at && at->type != MFn::kWorld; at = at->parents.empty() ? nullptr : at->parents[0])
-    m = m * at->local_matrix(seconds);
+  for (Node* at = n; at && at->type != MFn::kWorld; at = at->parents.empty() ? nullptr : at->parents[0]) {
+    auto known = locals.find(at);
+    if (known == locals.end())
+      known = locals.emplace(at, at->local_matrix(seconds)).first;
+    m = m * known->second;
+  }
   return m;
 }
 
@@ -137,7 +144,9 @@ bool paint(const VertexColors& colors, StoredMesh& m, std::string& problem) {
 
 class Build {
 public:
-  explicit Build(FileScene& f) : _f(f), _state(f.nodes.size(), 0), _results(f.nodes.size()), _problems(f.nodes.size()) {}
+  explicit Build(FileScene& f)
+      : _f(f), _state(f.nodes.size(), 0), _results(f.nodes.size()), _problems(f.nodes.size()),
+        _origin(f.nodes.size(), -1) {}
 
   void run();
 
@@ -164,6 +173,12 @@ private:
   std::vector<std::unique_ptr<StoredMesh>> _results;
   std::vector<std::string> _problems;
   std::set<int> _tweak_warned;
+  // Per mesh node evaluated from history: the stored mesh whose data its
+  // geometry is, unchanged (skin clusters and group parts pass geometry
+  // through), or -1; the built mesh is then copied, not computed again.
+  // _flow_origin carries it along the history being evaluated.
+  std::vector<int> _origin;
+  int _flow_origin = -1;
 };
 
 int Build::upstream(int node, const std::string& attr, std::string* source_attr) const {
@@ -345,6 +360,10 @@ void Build::animation() {
     if (!target.node->dag)
       continue;
     const std::string& attr = c.destination.attr;
+    // Every attribute read here has a short name of one to four letters:
+    // rigs hold thousands of other connections.
+    if (attr.size() > 4 || attr.find('[') != std::string::npos)
+      continue;
     std::string where = target.node->name + "." + attr;
     if (attr == "is") {
       const FileNode& source = _f.nodes[size_t(c.source.node)];
@@ -406,6 +425,7 @@ bool Build::geometry(int node, const std::string& attr, StoredMesh& out, std::st
   case Kind::PolyPlane:
   case Kind::PolyCylinder: {
     std::string why;
+    _flow_origin = -1;
     if (build_creator(n, out, why))
       return true;
     problem = "geometry comes from " + n.node->name + " (" + n.type_name + "), but " + why;
@@ -428,10 +448,12 @@ bool Build::geometry(int node, const std::string& attr, StoredMesh& out, std::st
   case Kind::PolyColorPerVertex:
     if (!through("ip"))
       return false;
+    _flow_origin = -1;
     return paint(*n.colors, out, problem);
   case Kind::TransformGeometry: {
     if (!through("ig"))
       return false;
+    _flow_origin = -1;
     bake_tweaks(out);
     auto itf = n.numbers.find("itf");
     MMatrix m = itf != n.numbers.end() && itf->second != 0 ? n.matrix.inverse() : n.matrix;
@@ -479,6 +501,7 @@ bool Build::mesh_geometry(int node, StoredMesh& out, std::string& problem, int d
       return false;
     }
     out = *_results[size_t(node)];
+    _flow_origin = _origin[size_t(node)];
     return true;
   }
   const StoredMesh& own = *n.mesh;
@@ -486,6 +509,7 @@ bool Build::mesh_geometry(int node, StoredMesh& out, std::string& problem, int d
     // Stored data: read where it is, not kept a second time.
     out = own;
     bake_tweaks(out);
+    _flow_origin = node;
     return true;
   }
   _state[size_t(node)] = 1;
@@ -493,10 +517,19 @@ bool Build::mesh_geometry(int node, StoredMesh& out, std::string& problem, int d
   if (upstream(node, "i") >= 0) {
     std::string up_attr;
     int up = upstream(node, "i", &up_attr);
+    _flow_origin = -1;
     ok = geometry(up, up_attr, out, problem, depth + 1);
     if (ok) {
       // The shape's own settings and point tweaks apply to what its history
       // makes.
+      int origin = _flow_origin;
+      bool tweaked = false;
+      for (double t : own.tweaks)
+        tweaked = tweaked || t != 0.0;
+      if (origin >= 0 && (tweaked || own.normal_method != _f.nodes[size_t(origin)].mesh->normal_method))
+        origin = -1;
+      _origin[size_t(node)] = origin;
+      _flow_origin = origin;
       bake_tweaks(out);
       out.tweaks = own.tweaks;
       out.normal_method = own.normal_method;
@@ -518,27 +551,38 @@ bool Build::mesh_geometry(int node, StoredMesh& out, std::string& problem, int d
 }
 
 void Build::meshes() {
-  for (size_t i = 0; i < _f.nodes.size(); ++i) {
-    FileNode& n = _f.nodes[i];
-    if (n.type.kind != Kind::Mesh)
-      continue;
-    StoredMesh evaluated;
-    std::string problem;
-    // A mesh without history is built from its stored data directly.
-    bool stored = upstream(int(i), "i") < 0 && n.mesh->has_geometry;
-    if (!stored && !mesh_geometry(int(i), evaluated, problem, 0)) {
-      warn(n.node->name + ": " + problem + ".");
-      _f.mesh_problems.push_back({n.node, problem});
-      continue;
+  // Stored meshes first, so that a mesh whose history passes one through
+  // unchanged (a skinned shape and its ...Orig input) can take a copy.
+  for (int pass = 0; pass < 2; ++pass)
+    for (size_t i = 0; i < _f.nodes.size(); ++i) {
+      FileNode& n = _f.nodes[i];
+      if (n.type.kind != Kind::Mesh)
+        continue;
+      bool stored = upstream(int(i), "i") < 0 && n.mesh->has_geometry;
+      if (stored != (pass == 0))
+        continue;
+      StoredMesh evaluated;
+      std::string problem;
+      if (!stored && !mesh_geometry(int(i), evaluated, problem, 0)) {
+        warn(n.node->name + ": " + problem + ".");
+        _f.mesh_problems.push_back({n.node, problem});
+        continue;
+      }
+      std::unique_ptr<MeshData> data(new MeshData);
+      int origin = stored ? -1 : _origin[i];
+      if (origin >= 0 && _f.nodes[size_t(origin)].node->mesh) {
+        *data = *_f.nodes[size_t(origin)].node->mesh;
+        // Its own current sets, by name.
+        for (size_t s = 0; s < data->uv_sets.size(); ++s)
+          if (data->uv_sets[s].name == evaluated.current_uv_set)
+            data->current_uv_set = int(s);
+      } else if (!build_mesh(stored ? *n.mesh : evaluated, *data, problem)) {
+        warn(n.node->name + ": its geometry cannot be read: " + problem + ".");
+        _f.mesh_problems.push_back({n.node, "its geometry cannot be read: " + problem});
+        continue;
+      }
+      n.node->mesh = std::move(data);
     }
-    std::unique_ptr<MeshData> data(new MeshData);
-    if (!build_mesh(stored ? *n.mesh : evaluated, *data, problem)) {
-      warn(n.node->name + ": its geometry cannot be read: " + problem + ".");
-      _f.mesh_problems.push_back({n.node, "its geometry cannot be read: " + problem});
-      continue;
-    }
-    n.node->mesh = std::move(data);
-  }
   // The evaluated geometry is in the meshes now.
   _results.clear();
 }
@@ -572,6 +616,7 @@ int Build::input_shape(int skin, int index) {
 
 void Build::skins() {
   double now = scene().current_time;
+  std::map<const Node*, MMatrix> locals;
   for (size_t i = 0; i < _f.nodes.size(); ++i) {
     FileNode& n = _f.nodes[i];
     if (n.type.kind != Kind::SkinCluster)
@@ -638,7 +683,7 @@ void Build::skins() {
     for (const SkinData::Influence& inf : data->influences) {
       int logical = int(inf.logical_index);
       auto pm = n.skin->bind_pre_matrices.find(logical);
-      MMatrix world = world_matrix(inf.joint, now);
+      MMatrix world = world_matrix(inf.joint, now, locals);
       if (pm != n.skin->bind_pre_matrices.end()) {
         n.node->matrices["bindPreMatrix"][logical] = pm->second;
       } else {

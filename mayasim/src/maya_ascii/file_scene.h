@@ -124,12 +124,120 @@ struct Connection {
   bool removed = false; // disconnectAttr undid it (it is in no node's lists)
 };
 
+// The nodes that share a name: nearly always one, kept without a heap
+// block of its own; more only for DAG nodes under different parents.
+class NodeList {
+public:
+  size_t size() const { return _first < 0 ? 0 : 1 + _more.size(); }
+  int operator[](size_t i) const { return i == 0 ? _first : _more[i - 1]; }
+  void push_back(int n) {
+    if (_first < 0)
+      _first = n;
+    else
+      _more.push_back(n);
+  }
+  void remove(int n) {
+    if (_first == n) {
+      _first = _more.empty() ? -1 : _more.front();
+      if (!_more.empty())
+        _more.erase(_more.begin());
+      return;
+    }
+    for (size_t i = 0; i < _more.size(); ++i)
+      if (_more[i] == n) {
+        _more.erase(_more.begin() + long(i));
+        return;
+      }
+  }
+
+private:
+  int _first = -1;
+  std::vector<int> _more;
+};
+
+// Node indices by name, for the lookup nearly every statement makes: open
+// addressing over one array, each slot holding its name and hash, so that a
+// lookup touches one or two cache lines rather than a chain of blocks.
+class NameIndex {
+public:
+  // The nodes of that name; null when none was ever given it.
+  const NodeList* find(std::string_view name) const {
+    if (_slots.empty())
+      return nullptr;
+    uint32_t h = hash(name);
+    size_t mask = _slots.size() - 1;
+    for (size_t i = h & mask;; i = (i + 1) & mask) {
+      const Slot& s = _slots[i];
+      if (!s.used)
+        return nullptr;
+      if (s.hash == h && s.key == name)
+        return &s.nodes;
+    }
+  }
+  // The nodes of that name, made empty when there were none.
+  NodeList& operator[](std::string_view name) {
+    if ((_used + 1) * 2 > _slots.size())
+      rehash(_slots.empty() ? 64 : _slots.size() * 2);
+    uint32_t h = hash(name);
+    size_t mask = _slots.size() - 1;
+    for (size_t i = h & mask;; i = (i + 1) & mask) {
+      Slot& s = _slots[i];
+      if (!s.used) {
+        s.used = true;
+        s.hash = h;
+        s.key.assign(name.data(), name.size());
+        ++_used;
+        return s.nodes;
+      }
+      if (s.hash == h && s.key == name)
+        return s.nodes;
+    }
+  }
+  void reserve(size_t names) {
+    size_t slots = 64;
+    while (slots < names * 2)
+      slots *= 2;
+    if (slots > _slots.size())
+      rehash(slots);
+  }
+
+private:
+  struct Slot {
+    std::string key;
+    NodeList nodes;
+    uint32_t hash = 0;
+    bool used = false;
+  };
+  static uint32_t hash(std::string_view s) {
+    uint32_t h = 2166136261u;
+    for (char c : s)
+      h = (h ^ uint8_t(c)) * 16777619u;
+    return h ^ (h >> 15);
+  }
+  void rehash(size_t slots) {
+    std::vector<Slot> old;
+    old.swap(_slots);
+    _slots.resize(slots);
+    size_t mask = slots - 1;
+    for (Slot& o : old) {
+      if (!o.used)
+        continue;
+      size_t i = o.hash & mask;
+      while (_slots[i].used)
+        i = (i + 1) & mask;
+      _slots[i] = std::move(o);
+    }
+  }
+  std::vector<Slot> _slots;
+  size_t _used = 0;
+};
+
 struct FileScene {
   std::string file_name; // for messages
   std::vector<FileNode> nodes;
   std::vector<Connection> connections;
   std::vector<std::vector<int>> incoming, outgoing; // connection indices per node
-  std::unordered_map<std::string, std::vector<int>> by_name; // node indices by name
+  NameIndex by_name; // node indices by name
   std::vector<std::string> warnings;
   // Meshes loaded without geometry, and why (also among the warnings).
   struct MeshProblem {

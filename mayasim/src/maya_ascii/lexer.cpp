@@ -1,5 +1,7 @@
 #include "lexer.h"
 
+#include <string.h>
+
 namespace mayasim {
 namespace maya_ascii {
 
@@ -34,31 +36,63 @@ std::string string_value(const Word& w) {
 
 namespace {
 
-// Characters that end an unquoted word, the blanks between words, and the
-// bytes the fast loops stop at (line ends, and bytes outside ASCII, which
-// may need converting).
-struct CharacterClasses {
-  bool ends_word[256];
-  bool blank[256];
-  bool stops_word[256];   // ends a word, or is outside ASCII
-  bool stops_string[256]; // '"', '\\', a line end, or outside ASCII
-  CharacterClasses() {
-    for (int c = 0; c < 256; ++c) {
-      blank[c] = c == ' ' || c == '\t' || c == '\f' || c == '\v';
-      ends_word[c] = blank[c] || c == '\n' || c == '\r' || c == ';' || c == '"';
-      stops_word[c] = ends_word[c] || c >= 0x80;
-      stops_string[c] = c == '"' || c == '\\' || c == '\n' || c == '\r' || c >= 0x80;
-    }
-  }
-};
 
-const CharacterClasses CLASSES;
+
+} // namespace
+
+namespace {
+
+// The rest of a string from `p` (just after its opening quote): the
+// closing quote's place (`end` when the text ends first), the line ends in
+// between (LF, CR LF or CR alone), and whether it holds a backslash or a
+// byte outside ASCII. memchr finds the quotes; each span between them is
+// looked at in simple loops the compiler can vectorise, since strings (UI
+// scripts, notes, paths) can be most of a file.
+const char* scan_string(const char* p, const char* end, unsigned& lines, bool& escaped, bool& high) {
+  // Most strings are short (names, attributes): a plain look first.
+  for (const char* s = p; s < end && s < p + 48; ++s) {
+    unsigned char c = static_cast<unsigned char>(*s);
+    if (c == '"')
+      return s;
+    if (c == '\\' || c == '\n' || c == '\r' || c >= 0x80)
+      break;
+  }
+  for (;;) {
+    const char* q = static_cast<const char*>(memchr(p, '"', size_t(end - p)));
+    const char* span_end = q ? q : end;
+    unsigned char any = 0;
+    unsigned line_feeds = 0, backslashes = 0;
+    for (const char* s = p; s < span_end; ++s) {
+      unsigned char c = static_cast<unsigned char>(*s);
+      any |= c;
+      line_feeds += c == '\n';
+      backslashes += c == '\\';
+    }
+    lines += line_feeds;
+    high = high || (any & 0x80) != 0;
+    escaped = escaped || backslashes != 0;
+    if (memchr(p, '\r', size_t(span_end - p)))
+      for (const char* s = p; s < span_end; ++s)
+        if (*s == '\r' && !(s + 1 < end && s[1] == '\n'))
+          ++lines;
+    if (!q)
+      return end;
+    // An odd run of backslashes before the quote escapes it.
+    size_t run = 0;
+    while (q - run > p && q[-1 - long(run)] == '\\')
+      ++run;
+    if (run % 2 == 0)
+      return q;
+    p = q + 1;
+  }
+}
 
 } // namespace
 
 Lexer::Lexer(const char* text, size_t size) : _begin(text), _p(text), _end(text + size) {}
 
 void Lexer::fail(const std::string& message, unsigned line) {
+  _failed = true;
   if (_error.empty()) {
     _error = message;
     _error_line = line;
@@ -66,27 +100,33 @@ void Lexer::fail(const std::string& message, unsigned line) {
   _p = _end;
 }
 
+// The scanning loops below work on local pointers: the text is chars, which
+// may alias the lexer's members, so a member pointer would be stored back on
+// every byte.
 void Lexer::skip_space() {
-  while (_p < _end) {
-    char c = *_p;
+  const char* p = _p;
+  const char* end = _end;
+  while (p < end) {
+    char c = *p;
     if (c == '\n') {
       ++_line;
-      ++_p;
+      ++p;
     } else if (c == '\r') {
       // CR LF is one line end; CR alone (old Mac files) is one too.
-      ++_p;
-      if (_p < _end && *_p == '\n')
-        ++_p;
+      ++p;
+      if (p < end && *p == '\n')
+        ++p;
       ++_line;
-    } else if (CLASSES.blank[static_cast<unsigned char>(c)]) {
-      ++_p;
-    } else if (c == '/' && _p + 1 < _end && _p[1] == '/') {
-      while (_p < _end && *_p != '\n' && *_p != '\r')
-        ++_p;
+    } else if (CHARACTER_CLASSES.blank[static_cast<unsigned char>(c)]) {
+      ++p;
+    } else if (c == '/' && p + 1 < end && p[1] == '/') {
+      while (p < end && *p != '\n' && *p != '\r')
+        ++p;
     } else {
-      return;
+      break;
     }
   }
+  _p = p;
 }
 
 std::string_view Lexer::converted(std::string_view text, unsigned line) {
@@ -129,9 +169,18 @@ bool Lexer::next(Word& w) {
     w = _unread;
     return true;
   }
-  if (_ended || failed())
+  if (_ended || _failed)
     return false;
-  skip_space();
+  // Words are mostly one blank apart: skip blanks here, and leave line
+  // ends and comments to skip_space.
+  {
+    const char* p = _p;
+    while (p < _end && (*p == ' ' || *p == '\t'))
+      ++p;
+    _p = p;
+  }
+  if (_p < _end && (*_p == '\n' || *_p == '\r' || *_p == '/' || *_p == '\f' || *_p == '\v'))
+    skip_space();
   if (_p >= _end) {
     fail("the file ends inside this statement (no ';'); it is truncated", _statement_line);
     return false;
@@ -146,33 +195,7 @@ bool Lexer::next(Word& w) {
   if (c == '"') {
     const char* start = ++_p;
     bool escaped = false, high = false;
-    for (;;) {
-      while (_p < _end && !CLASSES.stops_string[static_cast<unsigned char>(*_p)])
-        ++_p;
-      if (_p >= _end || *_p == '"')
-        break;
-      char s = *_p;
-      if (s == '\\') {
-        // An escaped character, which may be a line end (CR LF is one).
-        escaped = true;
-        ++_p;
-        if (_p < _end && (*_p == '\n' || *_p == '\r')) {
-          ++_line;
-          if (*_p == '\r' && _p + 1 < _end && _p[1] == '\n')
-            ++_p;
-        }
-        if (_p < _end)
-          ++_p;
-      } else if (s == '\n' || s == '\r') {
-        ++_line;
-        ++_p;
-        if (s == '\r' && _p < _end && *_p == '\n')
-          ++_p;
-      } else {
-        high = true;
-        ++_p;
-      }
-    }
+    _p = scan_string(_p, _end, _line, escaped, high);
     if (_p >= _end) {
       fail("a string starting on line " + std::to_string(w.line) + " is not closed", w.line);
       return false;
@@ -186,15 +209,18 @@ bool Lexer::next(Word& w) {
     return true;
   }
   const char* start = _p;
+  const char* p = _p;
+  const char* end = _end;
   bool high = false;
   for (;;) {
-    while (_p < _end && !CLASSES.stops_word[static_cast<unsigned char>(*_p)])
-      ++_p;
-    if (_p >= _end || CLASSES.ends_word[static_cast<unsigned char>(*_p)])
+    while (p < end && !CHARACTER_CLASSES.stops_word[static_cast<unsigned char>(*p)])
+      ++p;
+    if (p >= end || CHARACTER_CLASSES.ends_word[static_cast<unsigned char>(*p)])
       break;
     high = true;
-    ++_p;
+    ++p;
   }
+  _p = p;
   w.text = std::string_view(start, size_t(_p - start));
   if (high)
     w.text = converted(w.text, w.line);
@@ -203,11 +229,51 @@ bool Lexer::next(Word& w) {
   return true;
 }
 
+// Skips to the statement's end without making words: strings (with their
+// escapes) and comments are passed whole, line ends counted, and the ';'
+// outside a string ends it.
 void Lexer::finish_statement() {
   _has_unread = false;
-  Word w;
-  while (next(w)) {
+  if (_ended || _failed)
+    return;
+  const char* p = _p;
+  const char* end = _end;
+  unsigned line = _line;
+  const char* string_start = nullptr;
+  unsigned string_line = 0;
+  while (p < end) {
+    char c = *p;
+    if (c == ';') {
+      _p = p + 1;
+      _line = line;
+      _ended = true;
+      return;
+    }
+    if (c == '\n' || (c == '\r' && !(p + 1 < end && p[1] == '\n'))) {
+      ++line;
+      ++p;
+    } else if (c == '"') {
+      string_start = p;
+      string_line = line;
+      bool escaped = false, high = false;
+      p = scan_string(p + 1, end, line, escaped, high);
+      if (p >= end)
+        break;
+      ++p;
+      string_start = nullptr;
+    } else if (c == '/' && p + 1 < end && p[1] == '/') {
+      while (p < end && *p != '\n' && *p != '\r')
+        ++p;
+    } else {
+      ++p;
+    }
   }
+  _p = end;
+  _line = line;
+  if (string_start)
+    fail("a string starting on line " + std::to_string(string_line) + " is not closed", string_line);
+  else
+    fail("the file ends inside this statement (no ';'); it is truncated", _statement_line);
 }
 
 std::string Lexer::statement_excerpt() const {

@@ -21,6 +21,26 @@
 namespace mayasim {
 namespace maya_ascii {
 
+// Characters that end an unquoted word, the blanks between words, and the
+// bytes the fast loops stop at (line ends, and bytes outside ASCII, which
+// may need converting).
+struct CharacterClasses {
+  bool ends_word[256];
+  bool blank[256];
+  bool stops_word[256];   // ends a word, or is outside ASCII
+  bool stops_string[256]; // '"', '\\', a line end, or outside ASCII
+  CharacterClasses() {
+    for (int c = 0; c < 256; ++c) {
+      blank[c] = c == ' ' || c == '\t' || c == '\f' || c == '\v';
+      ends_word[c] = blank[c] || c == '\n' || c == '\r' || c == ';' || c == '"';
+      stops_word[c] = ends_word[c] || c >= 0x80;
+      stops_string[c] = c == '"' || c == '\\' || c == '\n' || c == '\r' || c >= 0x80;
+    }
+  }
+};
+
+inline const CharacterClasses CHARACTER_CLASSES;
+
 struct Word {
   std::string_view text; // a string's text is without its quotes, escapes unresolved
   bool quoted = false;
@@ -41,6 +61,29 @@ public:
   // The next word of the statement; false at its ';' (consumed), at the end
   // of the text or on an error (see failed()).
   bool next(Word& w);
+  // The next word when it is a plain one (unquoted, ASCII, on the same
+  // line): the fast path for numbers, which make up most of a file. False,
+  // with nothing consumed, for anything else; next() then reads it.
+  bool next_plain(std::string_view& text) {
+    if (_has_unread || _ended || _failed)
+      return false;
+    const char* p = _p;
+    const char* end = _end;
+    while (p < end && (*p == ' ' || *p == '\t'))
+      ++p;
+    if (p >= end || CHARACTER_CLASSES.stops_word[static_cast<unsigned char>(*p)])
+      return false;
+    const char* start = p;
+    while (p < end && !CHARACTER_CLASSES.stops_word[static_cast<unsigned char>(*p)])
+      ++p;
+    if (p < end && !CHARACTER_CLASSES.ends_word[static_cast<unsigned char>(*p)])
+      return false; // a byte outside ASCII: next() converts it
+    _p = p;
+    text = std::string_view(start, size_t(p - start));
+    return true;
+  }
+  // The line the lexer is on (a plain word's).
+  unsigned line() const { return _line; }
   // Skips what is left of the statement, through its ';'.
   void finish_statement();
   // Puts back the word last read, so that the next call to next() gives it
@@ -49,7 +92,7 @@ public:
 
   // Whether the text broke off or held something no statement can: an
   // unterminated string, or a statement the file ends inside.
-  bool failed() const { return !_error.empty(); }
+  bool failed() const { return _failed; }
   const std::string& error() const { return _error; }
   unsigned error_line() const { return _error_line; }
 
@@ -86,6 +129,7 @@ private:
   Word _unread;
   std::string _error;
   unsigned _error_line = 0;
+  bool _failed = false;
   const Codeset* _codeset = nullptr;
   std::deque<std::string> _converted; // this statement's converted words
   unsigned _invalid_text_line = 0;

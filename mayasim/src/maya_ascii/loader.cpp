@@ -21,7 +21,15 @@ namespace {
 const double RADIANS_PER_DEGREE = 0.017453292519943295;
 const double NOT_GIVEN = std::numeric_limits<double>::quiet_NaN();
 
+// A number as MEL writes one, or a boolean word (yes/on/true, no/off/false).
 bool parse_number(std::string_view t, double& v) {
+  if (t.empty())
+    return false;
+  char c = t[0];
+  if ((c >= '0' && c <= '9') || c == '-' || c == '.') {
+    auto r = std::from_chars(t.data(), t.data() + t.size(), v);
+    return r.ec == std::errc() && r.ptr == t.data() + t.size();
+  }
   if (t == "yes" || t == "on" || t == "true") {
     v = 1;
     return true;
@@ -30,11 +38,12 @@ bool parse_number(std::string_view t, double& v) {
     v = 0;
     return true;
   }
-  if (!t.empty() && t[0] == '+')
+  if (c == '+' && t.size() > 1) {
     t.remove_prefix(1);
-  if (t.empty())
-    return false;
-  auto r = std::from_chars(t.data(), t.data() + t.size(), v);
+    auto r = std::from_chars(t.data(), t.data() + t.size(), v);
+    return r.ec == std::errc() && r.ptr == t.data() + t.size();
+  }
+  auto r = std::from_chars(t.data(), t.data() + t.size(), v); // "inf", "nan"
   return r.ec == std::errc() && r.ptr == t.data() + t.size();
 }
 
@@ -50,37 +59,6 @@ std::string quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
 // paths (a chain of nodes each instanced twice doubles them at every level),
 // and every walk of the DAG visits each path.
 const double MAX_INSTANCE_PATHS = 65536;
-
-double path_count(const Node* n, std::map<const Node*, double>& memo) {
-  if (n->parents.empty())
-    return 1;
-  auto it = memo.find(n);
-  if (it != memo.end())
-    return it->second;
-  double count = 0;
-  for (const Node* p : n->parents)
-    count += path_count(p, memo);
-  memo[n] = count;
-  return count;
-}
-
-// Whether `node` or a node below it has more paths than allowed.
-bool too_many_paths(const Node* node) {
-  std::map<const Node*, double> memo;
-  std::vector<const Node*> todo{node};
-  std::set<const Node*> seen;
-  while (!todo.empty()) {
-    const Node* n = todo.back();
-    todo.pop_back();
-    if (!seen.insert(n).second)
-      continue;
-    if (path_count(n, memo) > MAX_INSTANCE_PATHS)
-      return true;
-    for (const Node* c : n->children)
-      todo.push_back(c);
-  }
-  return false;
-}
 
 class Runner {
 public:
@@ -136,6 +114,12 @@ private:
   bool no_more_values();
 
   int resolve(std::string_view name, int* instance, bool create_defaults);
+  double paths_to(const Node* n);
+  double match_path(const Node* n, size_t k, bool absolute, double& index);
+  // Whether `node` or a node below it has more paths than allowed.
+  bool too_many_paths(const Node* node);
+  // Whether `ancestor` is above `node` by any of its parents.
+  bool is_above(const Node* ancestor, const Node* node) const;
   int add_node(Node* n, const std::string& type_name, NodeType t, unsigned line);
   bool parse_plug(std::string_view text, Plug& plug);
 
@@ -148,6 +132,11 @@ private:
   int64_t _capacity_hint = 0; // and its -ch (face corners, for faces)
   std::string _error;
   std::set<std::string> _skipped_commands;
+  // Scratch for resolve, kept to spare allocations; path counts per DAG
+  // node, forgotten when a node is parented.
+  std::vector<std::string_view> _parts;
+  std::string _key;
+  std::unordered_map<const Node*, double> _path_counts;
 };
 
 bool Runner::fail(const std::string& what) {
@@ -173,6 +162,12 @@ bool Runner::has_more() {
 }
 
 bool Runner::number(double& v) {
+  std::string_view plain;
+  if (_lex.next_plain(plain)) {
+    if (parse_number(plain, v))
+      return true;
+    return fail("expected a number, found " + quoted(plain.substr(0, 40)));
+  }
   Word w;
   if (!word(w, "a value"))
     return false;
@@ -192,8 +187,15 @@ bool Runner::integer(int& v, int lo, int hi) {
   // Most whole numbers are plain digits: read them as such; anything else
   // ("1.0", "yes", "2e1") as a number that must be whole.
   Word w;
-  if (!word(w, "a value"))
+  std::string_view plain;
+  if (_lex.next_plain(plain)) {
+    w.text = plain;
+    w.quoted = false;
+    w.escaped = false;
+    w.line = _lex.line();
+  } else if (!word(w, "a value")) {
     return false;
+  }
   const char* p = w.text.data();
   const char* end = p + w.text.size();
   bool negative = p < end && *p == '-';
@@ -332,12 +334,122 @@ int Runner::add_node(Node* n, const std::string& type_name, NodeType t, unsigned
 // name gives (0 for a plain name). A node of every Maya scene that this one
 // lacks (":defaultLightSet") is made as a plain default node when
 // `create_defaults` is set.
+// The number of paths from the world to `n`: the sum of its parents'.
+// Kept per node until the DAG changes; computed without recursion (a chain
+// may be as deep as the scene).
+double Runner::paths_to(const Node* n) {
+  if (n->parents.empty())
+    return 1;
+  auto known = _path_counts.find(n);
+  if (known != _path_counts.end())
+    return known->second;
+  std::vector<const Node*> stack{n};
+  while (!stack.empty()) {
+    const Node* at = stack.back();
+    if (_path_counts.count(at)) {
+      stack.pop_back();
+      continue;
+    }
+    double sum = 0;
+    bool ready = true;
+    for (const Node* p : at->parents) {
+      if (p->parents.empty()) {
+        sum += 1;
+        continue;
+      }
+      auto c = _path_counts.find(p);
+      if (c == _path_counts.end()) {
+        stack.push_back(p);
+        ready = false;
+      } else {
+        sum += c->second;
+      }
+    }
+    if (ready) {
+      _path_counts[at] = sum;
+      stack.pop_back();
+    }
+  }
+  return _path_counts[n];
+}
+
+// How many DAG paths end in `parts` at node `n` (whose name is
+// parts[k - 1]), and the instance number of the last one among n's paths:
+// a path is matched by walking up its names, never by listing every path.
+double Runner::match_path(const Node* n, size_t k, bool absolute, double& index) {
+  std::vector<std::string_view>& parts = _parts;
+  if (k == 1) {
+    index = 0;
+    if (!absolute)
+      return paths_to(n);
+    // Directly below the world: the path's first part.
+    double offset = 0;
+    for (const Node* p : n->parents) {
+      if (p->parents.empty() && p->type == MFn::kWorld) {
+        index = offset;
+        return 1;
+      }
+      offset += paths_to(p);
+    }
+    return 0;
+  }
+  double total = 0, offset = 0;
+  for (const Node* p : n->parents) {
+    if (without_root(p->name) == parts[k - 2]) {
+      double sub = 0;
+      double c = match_path(p, k - 1, absolute, sub);
+      if (c > 0) {
+        total += c;
+        index = offset + sub;
+      }
+    }
+    offset += paths_to(p);
+  }
+  return total;
+}
+
+// A node by name, DAG path ("|group1|pCube1", or a path's tail) or with
+// the root namespace (":time1"). *instance: the number of the DAG path the
+// name gives (0 for a plain name). A node of every Maya scene that this one
+// lacks (":defaultLightSet") is made as a plain default node when
+// `create_defaults` is set.
+bool Runner::is_above(const Node* ancestor, const Node* node) const {
+  std::vector<const Node*> todo(node->parents.begin(), node->parents.end());
+  std::set<const Node*> seen;
+  while (!todo.empty()) {
+    const Node* at = todo.back();
+    todo.pop_back();
+    if (at == ancestor)
+      return true;
+    if (!seen.insert(at).second)
+      continue;
+    todo.insert(todo.end(), at->parents.begin(), at->parents.end());
+  }
+  return false;
+}
+
+bool Runner::too_many_paths(const Node* node) {
+  std::vector<const Node*> todo{node};
+  std::set<const Node*> seen;
+  while (!todo.empty()) {
+    const Node* n = todo.back();
+    todo.pop_back();
+    if (!seen.insert(n).second)
+      continue;
+    if (paths_to(n) > MAX_INSTANCE_PATHS)
+      return true;
+    todo.insert(todo.end(), n->children.begin(), n->children.end());
+  }
+  return false;
+}
+
 int Runner::resolve(std::string_view name, int* instance, bool create_defaults) {
   if (instance)
     *instance = 0;
   bool root_namespace = !name.empty() && name[0] == ':';
   bool absolute = !name.empty() && name[0] == '|';
-  std::vector<std::string_view> parts;
+  std::vector<std::string_view>& parts = _parts;
+  parts.clear();
   size_t i = 0;
   while (i <= name.size()) {
     size_t bar = name.find('|', i);
@@ -351,39 +463,37 @@ int Runner::resolve(std::string_view name, int* instance, bool create_defaults) 
     fail("no node is named " + quoted(name));
     return -1;
   }
-  auto it = _f.by_name.find(std::string(parts.back()));
-  if (it == _f.by_name.end()) {
+  _key.assign(parts.back().data(), parts.back().size());
+  const NodeList* found_list = _f.by_name.find(parts.back());
+  if (!found_list || found_list->size() == 0) {
     if (create_defaults && root_namespace && parts.size() == 1) {
-      Node* n = scene().create(MFn::kDependencyNode, "unknown", std::string(parts.back()), nullptr);
+      Node* n = scene().create(MFn::kDependencyNode, "unknown", _key, nullptr);
       n->is_default = true;
       return add_node(n, "unknown", NodeType(), 0);
     }
     fail("no node is named " + quoted(name));
     return -1;
   }
-  const std::vector<int>& candidates = it->second;
+  const NodeList& candidates = *found_list;
   if (parts.size() == 1 && !absolute) {
     if (candidates.size() == 1)
       return candidates[0];
     fail("more than one node is named " + quoted(name) + "; a DAG path is needed");
     return -1;
   }
-  int found = -1, found_instance = 0, matches = 0;
-  for (int c : candidates) {
-    std::vector<Path> paths = all_paths_to(_f.nodes[size_t(c)].node);
-    for (size_t k = 0; k < paths.size(); ++k) {
-      const Path& p = paths[k];
-      if (p.size() < parts.size() || (absolute && p.size() != parts.size()))
-        continue;
-      bool same = true;
-      size_t offset = p.size() - parts.size();
-      for (size_t j = 0; j < parts.size() && same; ++j)
-        same = without_root(p[offset + j]->name) == parts[j];
-      if (same) {
-        ++matches;
-        found = c;
-        found_instance = int(k);
-      }
+  int found = -1;
+  double matches = 0, found_instance = 0;
+  for (size_t k = 0; k < candidates.size(); ++k) {
+    int c = candidates[k];
+    const Node* n = _f.nodes[size_t(c)].node;
+    if (!n->dag)
+      continue;
+    double index = 0;
+    double m = match_path(n, parts.size(), absolute, index);
+    if (m > 0) {
+      matches += m;
+      found = c;
+      found_instance = index;
     }
   }
   if (matches == 0) {
@@ -395,11 +505,20 @@ int Runner::resolve(std::string_view name, int* instance, bool create_defaults) 
     return -1;
   }
   if (instance)
-    *instance = found_instance;
+    *instance = int(found_instance);
   return found;
 }
 
 bool Runner::run(std::string& error) {
+  // Room for the nodes the text can hold (a createNode statement is some 30
+  // bytes at least, usually far more), so that the table grows once.
+  size_t estimate = _size / 400 + 64;
+  _f.nodes.reserve(estimate);
+  _f.incoming.reserve(estimate);
+  _f.outgoing.reserve(estimate);
+  _f.by_name.reserve(estimate);
+  // And for the connections (a connectAttr statement is some 40 bytes).
+  _f.connections.reserve(_size / 200 + 64);
   // The new scene's nodes (world, cameras, lambert1, initialShadingGroup,
   // time1) are the file's to refer to.
   for (Node* n : scene().nodes)
@@ -434,12 +553,13 @@ bool Runner::run(std::string& error) {
 }
 
 bool Runner::statement(std::string_view command) {
-  if (command == "createNode")
-    return create_node();
+  // The commands by how often files use them.
   if (command == "setAttr")
     return set_attr();
   if (command == "connectAttr")
     return connect_attr();
+  if (command == "createNode")
+    return create_node();
   if (command == "disconnectAttr")
     return disconnect_attr();
   if (command == "parent")
@@ -512,9 +632,10 @@ bool Runner::create_node() {
       return fail(quoted(parent_name) + " is not a DAG node and cannot be a parent");
   }
   // A shared node (-s) that the scene has already is the one meant.
-  auto existing = _f.by_name.find(name);
-  if (existing != _f.by_name.end()) {
-    for (int e : existing->second) {
+  if (const NodeList* existing = _f.by_name.find(name)) {
+    const NodeList& same_name = *existing;
+    for (size_t k = 0; k < same_name.size(); ++k) {
+      int e = same_name[k];
       Node* n = _f.nodes[size_t(e)].node;
       bool same_place = !n->dag || (n->parents.empty() ? parent == nullptr || parent == scene().world
                                                        : n->parents[0] == (parent ? parent : scene().world));
@@ -708,7 +829,10 @@ bool Runner::assign(int index, const AttrPath& p, std::string_view type) {
     }
     break;
   case Kind::Script:
-    if (p.count == 1 && a.name == "b") {
+    // The scene configuration script holds the playback range; other
+    // scripts (the UI's layout, often the largest text of a file) are not
+    // read.
+    if (p.count == 1 && a.name == "b" && n.node->name == "sceneConfigurationScriptNode") {
       known = true;
       ok = string_value(n.text);
     }
@@ -1179,11 +1303,14 @@ bool Runner::parse_plug(std::string_view text, Plug& plug) {
 }
 
 bool Runner::connection_plugs(Connection& c) {
-  std::vector<std::string_view> plugs;
+  std::string_view plugs[2];
+  size_t count = 0;
   Word w;
   while (_lex.next(w)) {
-    if (w.quoted) {
-      plugs.push_back(w.text);
+    if (w.quoted || (!w.text.empty() && w.text[0] != '-')) {
+      if (count == 2)
+        return fail("expected a source and a destination, found a third plug " + quoted(w.text.substr(0, 60)));
+      plugs[count++] = w.text;
       continue;
     }
     std::string_view f = w.text;
@@ -1194,15 +1321,11 @@ bool Runner::connection_plugs(Connection& c) {
         return false;
       continue;
     }
-    if (!f.empty() && f[0] != '-') {
-      plugs.push_back(f);
-      continue;
-    }
     return fail("unknown flag " + std::string(f));
   }
   if (_lex.failed())
     return false;
-  if (plugs.size() != 2)
+  if (count != 2)
     return fail("expected a source and a destination");
   c.line = _lex.statement_line();
   return parse_plug(plugs[0], c.source) && parse_plug(plugs[1], c.destination);
@@ -1282,9 +1405,12 @@ bool Runner::parent() {
     Node* child = _f.nodes[size_t(c)].node;
     if (!child->dag || child == scene().world)
       return fail(quoted(name) + " is not a DAG node");
-    for (Node* up = new_parent; up; up = up->parents.empty() ? nullptr : up->parents[0])
-      if (up == child)
-        return fail(quoted(name) + " cannot go below itself");
+    // No cycles, through any of the new parent's parents (instances
+    // included): Maya refuses to parent a node below itself.
+    if (new_parent == child || is_above(child, new_parent))
+      return fail("cannot put " + quoted(name) + " below " + quoted(new_parent->name) + ", which is " +
+                  (new_parent == child ? std::string("itself") : "below it") + ": the DAG would have a cycle");
+    _path_counts.clear();
     if (!add) {
       for (Node* old : child->parents) {
         auto& siblings = old->children;
@@ -1342,8 +1468,7 @@ bool Runner::rename() {
   if (n < 0)
     return false;
   Node* node = _f.nodes[size_t(n)].node;
-  auto& list = _f.by_name[node->name];
-  list.erase(std::remove(list.begin(), list.end(), n), list.end());
+  _f.by_name[node->name].remove(n);
   node->name = std::string(without_root(names[1]));
   _f.by_name[node->name].push_back(n);
   return true;

@@ -217,7 +217,65 @@ const NamePair COLOR_PER_VERTEX_NAMES[] = {
     {"vertexFaceColor", "vfcl"},  {"vertexFaceColorRGB", "frgb"}, {"vertexFaceAlpha", "vfal"}, {"clamped", "clam"},
 };
 
-typedef std::unordered_map<std::string_view, std::string_view> NameTable;
+// Long names to short ones: open addressing with a cheap hash, since every
+// attribute of every setAttr and connectAttr is looked up here and the
+// names are short.
+class NameTable {
+public:
+  void emplace(std::string_view long_name, std::string_view short_name) {
+    if ((_used + 1) * 2 > _slots.size())
+      grow();
+    insert(long_name, short_name);
+  }
+  // The short name for `name`, or `name` itself when it is not a long name.
+  std::string_view short_name(std::string_view name) const {
+    if (_slots.empty())
+      return name;
+    size_t mask = _slots.size() - 1;
+    for (size_t i = hash(name) & mask;; i = (i + 1) & mask) {
+      const Slot& s = _slots[i];
+      if (s.long_name.data() == nullptr)
+        return name;
+      if (s.long_name == name)
+        return s.short_name;
+    }
+  }
+
+private:
+  struct Slot {
+    std::string_view long_name, short_name;
+  };
+  static size_t hash(std::string_view s) {
+    uint32_t h = 2166136261u;
+    for (char c : s)
+      h = (h ^ uint8_t(c)) * 16777619u;
+    return h ^ (h >> 13);
+  }
+  void insert(std::string_view long_name, std::string_view short_name) {
+    size_t mask = _slots.size() - 1;
+    for (size_t i = hash(long_name) & mask;; i = (i + 1) & mask) {
+      Slot& s = _slots[i];
+      if (s.long_name.data() == nullptr) {
+        s = Slot{long_name, short_name};
+        ++_used;
+        return;
+      }
+      if (s.long_name == long_name)
+        return; // the first pair given for a name stays
+    }
+  }
+  void grow() {
+    std::vector<Slot> old;
+    old.swap(_slots);
+    _slots.resize(old.empty() ? 16 : old.size() * 2);
+    _used = 0;
+    for (const Slot& s : old)
+      if (s.long_name.data() != nullptr)
+        insert(s.long_name, s.short_name);
+  }
+  std::vector<Slot> _slots;
+  size_t _used = 0;
+};
 
 template <size_t N>
 void add(NameTable& t, const NamePair (&pairs)[N]) {
@@ -340,6 +398,11 @@ bool is_poly_creator(Kind k) {
 
 std::string AttrPath::canonical() const {
   std::string s;
+  char digits[24];
+  auto number = [&](int64_t v) {
+    auto r = std::to_chars(digits, digits + sizeof(digits), v);
+    s.append(digits, size_t(r.ptr - digits));
+  };
   for (int i = 0; i < count; ++i) {
     if (i)
       s += '.';
@@ -347,9 +410,12 @@ std::string AttrPath::canonical() const {
     if (parts[i].every) {
       s += "[*]";
     } else if (parts[i].indexed) {
-      s += '[' + std::to_string(parts[i].first);
-      if (parts[i].last != parts[i].first)
-        s += ':' + std::to_string(parts[i].last);
+      s += '[';
+      number(parts[i].first);
+      if (parts[i].last != parts[i].first) {
+        s += ':';
+        number(parts[i].last);
+      }
       s += ']';
     }
   }
@@ -375,8 +441,7 @@ bool parse_attr_path(std::string_view text, Kind kind, AttrPath& out, std::strin
       why = "an empty attribute name";
       return false;
     }
-    auto it = names.find(name);
-    part.name = it == names.end() ? name : it->second;
+    part.name = names.short_name(name);
     i = name_end;
     if (i < text.size() && text[i] == '[') {
       size_t close = text.find(']', i);
