@@ -121,7 +121,12 @@ bool should_export_node(ExporterContext& context, const MDagPath& path) {
   return visible || context.settings->export_hidden;
 }
 
-bool export_scene(ExporterContext& context) {
+namespace {
+
+// Captures the scene into a database and converts it into the document
+// tree. The database is this function's own: it is given back before the
+// text is printed, so that the text's memory can be the database's.
+bool capture_document(ExporterContext& context, DynamicConfigValue& document) {
   ExportSettings& settings = *context.settings;
   settings.start_time = float(MAnimControl::minTime().asUnits(MTime::kSeconds));
   settings.end_time = float(MAnimControl::maxTime().asUnits(MTime::kSeconds));
@@ -170,8 +175,18 @@ bool export_scene(ExporterContext& context) {
   append_log(context, "Serializing SceneTree\n");
   append_log(context, " - SceneDatabase -> DynamicConfigValue\n");
   show_log(context);
-  DynamicConfigValue document(allocator);
   write_scene_document(database, document);
+  return true;
+}
+
+} // namespace
+
+bool export_scene(ExporterContext& context) {
+  ExportSettings& settings = *context.settings;
+  Allocator& allocator = *context.allocator;
+  DynamicConfigValue document(allocator);
+  if (!capture_document(context, document))
+    return false;
   if (context.observer)
     context.observer->stage_done(STAGE_DOCUMENT_BUILT, 0);
 
