@@ -408,13 +408,13 @@ double Runner::match_path(const Node* n, size_t k, bool absolute, double& index)
   return total;
 }
 
-// A node by name, DAG path ("|group1|pCube1", or a path's tail) or with
-// the root namespace (":time1"). *instance: the number of the DAG path the
-// name gives (0 for a plain name). A node of every Maya scene that this one
-// lacks (":defaultLightSet") is made as a plain default node when
-// `create_defaults` is set.
+// Whether `ancestor` is `node` or lies above it through any of its parents
+// (an instanced node has several). Walks with an explicit list: hierarchies
+// can be deeper than the stack allows.
 bool Runner::is_above(const Node* ancestor, const Node* node) const {
-  std::vector<const Node*> todo(node->parents.begin(), node->parents.end());
+  std::vector<const Node*> todo;
+  for (const Node* p : node->parents)
+    todo.push_back(p);
   std::set<const Node*> seen;
   while (!todo.empty()) {
     const Node* at = todo.back();
@@ -423,13 +423,15 @@ bool Runner::is_above(const Node* ancestor, const Node* node) const {
       return true;
     if (!seen.insert(at).second)
       continue;
-    todo.insert(todo.end(), at->parents.begin(), at->parents.end());
+    for (const Node* p : at->parents)
+      todo.push_back(p);
   }
   return false;
 }
 
 bool Runner::too_many_paths(const Node* node) {
-  std::vector<const Node*> todo{node};
+  std::vector<const Node*> todo;
+  todo.push_back(node);
   std::set<const Node*> seen;
   while (!todo.empty()) {
     const Node* n = todo.back();
@@ -438,11 +440,17 @@ bool Runner::too_many_paths(const Node* node) {
       continue;
     if (paths_to(n) > MAX_INSTANCE_PATHS)
       return true;
-    todo.insert(todo.end(), n->children.begin(), n->children.end());
+    for (const Node* c : n->children)
+      todo.push_back(c);
   }
   return false;
 }
 
+// A node by name, DAG path ("|group1|pCube1", or a path's tail) or with
+// the root namespace (":time1"). *instance: the number of the DAG path the
+// name gives (0 for a plain name). A node of every Maya scene that this one
+// lacks (":defaultLightSet") is made as a plain default node when
+// `create_defaults` is set.
 int Runner::resolve(std::string_view name, int* instance, bool create_defaults) {
   if (instance)
     *instance = 0;
