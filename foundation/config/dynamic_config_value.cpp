@@ -48,6 +48,49 @@ const DCV& DCV::nil() {
 // ---------------------------------------------------------------------------
 // Writing
 
+namespace {
+
+// Moves every array and object directly inside `v` (an array or object) to
+// the end of `out`, leaving nil in its place.
+void move_containers_out(DCV::Array* array, DCV::Object* object, DCV::Array& out) {
+  if (array) {
+    for (DCV& e : *array)
+      if (e.is_array() || e.is_object())
+        out.push_back(std::move(e));
+  } else {
+    for (DCV::Iterator it = object->begin(); it != object->end(); ++it)
+      if (it.value().is_array() || it.value().is_object())
+        out.push_back(std::move(it.value()));
+  }
+}
+
+} // namespace
+
+// A tree is freed without recursing once per level: every container below
+// this one is first moved into one flat list, so that each record freed
+// after that holds no containers and frees only its own values. Trees
+// without nested containers (most arrays of a document) make no list.
+void DCV::release_tree() {
+  Array* array = kind() == ARRAY ? static_cast<Array*>(_payload.pointer) : nullptr;
+  Object* object = kind() == OBJECT ? static_cast<Object*>(_payload.pointer) : nullptr;
+  Array nested(*allocator());
+  move_containers_out(array, object, nested);
+  for (uint32_t i = 0; i < nested.size(); ++i) {
+    // The records stay where they are while the list grows.
+    DCV& v = nested[i];
+    Array* a = v.kind() == ARRAY ? static_cast<Array*>(v._payload.pointer) : nullptr;
+    Object* o = v.kind() == OBJECT ? static_cast<Object*>(v._payload.pointer) : nullptr;
+    move_containers_out(a, o, nested);
+  }
+  Allocator* a = allocator();
+  if (array)
+    a->make_delete(array);
+  else
+    a->make_delete(object);
+  set_kind(NIL);
+  _payload.allocator = a;
+}
+
 void DCV::release_records() {
   Allocator* a = allocator();
   switch (kind()) {
@@ -58,11 +101,9 @@ void DCV::release_records() {
     a->make_delete(static_cast<Data*>(_payload.pointer));
     break;
   case ARRAY:
-    a->make_delete(static_cast<Array*>(_payload.pointer));
-    break;
   case OBJECT:
-    a->make_delete(static_cast<Object*>(_payload.pointer));
-    break;
+    release_tree();
+    return;
   default:
     break;
   }
@@ -168,6 +209,21 @@ bool DCV::remove(const char* key) {
 // ---------------------------------------------------------------------------
 // Copying
 
+namespace {
+
+// A container still to be filled by a copy: its source and its target.
+struct PendingCopy {
+  const DCV* source;
+  DCV* target;
+};
+
+} // namespace
+
+// Copies the record of `other` (a string, data, array or object) onto this
+// value's allocator. Containers are copied level by level through a list of
+// those still to fill, not by recursion, since documents can be as deep as
+// the scenes they describe. A target's elements and members are all made
+// before any is filled, so the pointers kept in the list stay valid.
 void DCV::copy_records_from(const DCV& other) {
   Allocator* a = allocator();
   switch (other.kind()) {
@@ -176,32 +232,60 @@ void DCV::copy_records_from(const DCV& other) {
     String* s = a->make_new<String>(*a);
     s->assign(src.c_str(), src.length());
     _payload.pointer = s;
-    break;
+    return;
   }
   case DATA: {
     const Data& src = *static_cast<const Data*>(other._payload.pointer);
     _payload.pointer = a->make_new<Data>(src, *a);
-    break;
+    return;
   }
-  case ARRAY: {
-    const Array& src = *static_cast<const Array*>(other._payload.pointer);
-    Array* v = a->make_new<Array>(*a);
-    v->reserve(src.size());
-    for (const DCV& e : src)
-      v->push_back(e);
-    _payload.pointer = v;
+  case ARRAY:
+  case OBJECT:
     break;
-  }
-  case OBJECT: {
-    const Object& src = *static_cast<const Object*>(other._payload.pointer);
-    Object* o = a->make_new<Object>(*a, OBJECT_NODE_CAPACITY);
-    for (Iterator it = src.begin(); it != src.end(); ++it)
-      o->get_or_insert(it.key().c_str()) = it.value();
-    _payload.pointer = o;
-    break;
-  }
   default:
-    break;
+    return;
+  }
+  Vector<PendingCopy> pending(*a);
+  pending.push_back(PendingCopy{&other, this});
+  bool first = true;
+  while (!pending.empty()) {
+    PendingCopy job = pending.back();
+    pending.pop_back();
+    const DCV& from = *job.source;
+    DCV& to = *job.target;
+    Allocator* ta = first ? a : to.allocator();
+    first = false;
+    auto copy_element = [&](const DCV& e, DCV& out) {
+      if (e.is_array() || e.is_object()) {
+        // Made now and filled later; the whole tag word is copied as for
+        // any value.
+        out._payload.pointer = e.is_array() ? static_cast<void*>(ta->make_new<Array>(*ta))
+                                            : static_cast<void*>(ta->make_new<Object>(*ta, OBJECT_NODE_CAPACITY));
+        out._tag = e._tag;
+        pending.push_back(PendingCopy{&e, &out});
+      } else {
+        out = e;
+      }
+    };
+    if (from.is_array()) {
+      const Array& src = *static_cast<const Array*>(from._payload.pointer);
+      Array* v = to.is_array() ? static_cast<Array*>(to._payload.pointer) : ta->make_new<Array>(*ta);
+      v->resize(src.size());
+      to._payload.pointer = v;
+      for (uint32_t i = 0; i < src.size(); ++i)
+        copy_element(src[i], (*v)[i]);
+    } else {
+      const Object& src = *static_cast<const Object*>(from._payload.pointer);
+      Object* o = to.is_object() ? static_cast<Object*>(to._payload.pointer)
+                                 : ta->make_new<Object>(*ta, OBJECT_NODE_CAPACITY);
+      to._payload.pointer = o;
+      for (Iterator it = src.begin(); it != src.end(); ++it)
+        o->get_or_insert(it.key().c_str());
+      // Both maps hold the same keys in the same order.
+      Iterator out = o->begin();
+      for (Iterator it = src.begin(); it != src.end(); ++it, ++out)
+        copy_element(it.value(), out.value());
+    }
   }
 }
 

@@ -166,6 +166,7 @@ private:
   // Frees the string, data, array or object record; leaves a nil value that
   // keeps the record's allocator.
   void release_records();
+  void release_tree();
   Allocator& required_allocator() const;
   Array& array();
   Object& object();

@@ -75,6 +75,8 @@ struct Parser {
   bool untrusted;
   int depth;
   Vector<char>* scratch;
+  struct Open;
+  Vector<Open>* open;
   char expectation[160]; // message of a failed expectation in the untrusted entry
 
   [[noreturn]] void fail(const char* message, const char* position, int source_line) {
@@ -145,18 +147,75 @@ struct Parser {
       fail("Nesting too deep", cur, __LINE__);
   }
 
+  // A container being read: where it goes and where its text started (for
+  // the annotation made when it closes).
+  struct Open {
+    DCV* value;
+    const char* start;
+    bool object;
+  };
+
+  // Reads one value into `v`. Nested arrays and objects are read with the
+  // list of open containers rather than by recursion, so that the depth of
+  // a text is bounded by MAX_NESTING and memory, never by the stack. While a
+  // container is open only its last element or member is being filled, so
+  // the pointers in the list stay valid.
   void parse_value(DCV& v) {
-    skip_space();
-    if (cur >= end)
-      fail("Reached end of string while parsing", end, __LINE__);
-    const char* value_start = cur;
+    size_t base = open->size();
+    DCV* at = &v;
+    for (;;) {
+      skip_space();
+      if (cur >= end)
+        fail("Reached end of string while parsing", end, __LINE__);
+      const char* value_start = cur;
+      if (*cur == '{' || *cur == '[') {
+        bool object = *cur == '{';
+        enter();
+        if (object)
+          at->set_object();
+        else
+          at->set_array();
+        ++cur;
+        open->push_back(Open{at, value_start, object});
+      } else {
+        parse_scalar(*at);
+        if (annotate)
+          at->set_annotation(annotate(start, value_start, cur, user));
+      }
+      // The next value to read, closing the containers that end first.
+      at = nullptr;
+      while (!at) {
+        if (open->size() == base)
+          return;
+        Open& top = open->back();
+        skip_space();
+        if (cur >= end)
+          fail("Reached end of string while parsing", end, __LINE__);
+        char c = *cur;
+        if (c == (top.object ? '}' : ']')) {
+          ++cur;
+          --depth;
+          if (annotate)
+            top.value->set_annotation(annotate(start, top.start, cur, user));
+          open->pop_back();
+          continue;
+        }
+        if (top.object) {
+          at = &member_slot(*top.value);
+        } else {
+          DCV& element = top.value->push_back();
+          if (!annotate && (c == '-' || (c >= '0' && c <= '9')))
+            parse_number(element); // the common case of documents: arrays of numbers
+          else
+            at = &element;
+        }
+      }
+    }
+  }
+
+  // A value that is not an array or object.
+  void parse_scalar(DCV& v) {
     switch (*cur) {
-    case '{':
-      parse_object(v);
-      break;
-    case '[':
-      parse_array(v);
-      break;
     case '"':
       if (end - cur >= 3 && cur[1] == '"' && cur[2] == '"') {
         parse_verbatim(v);
@@ -195,50 +254,11 @@ struct Parser {
       else
         fail("Unexpected character", cur, __LINE__);
     }
-    if (annotate)
-      v.set_annotation(annotate(start, value_start, cur, user));
   }
 
-  void parse_object(DCV& v) {
-    enter();
-    v.set_object();
-    expect('{');
-    skip_space();
-    for (;;) {
-      if (cur >= end)
-        fail("Reached end of string while parsing", end, __LINE__);
-      if (*cur == '}')
-        break;
-      parse_member(v);
-      skip_space();
-    }
-    expect('}');
-    --depth;
-  }
-
-  void parse_array(DCV& v) {
-    enter();
-    v.set_array();
-    expect('[');
-    skip_space();
-    for (;;) {
-      if (cur >= end)
-        fail("Reached end of string while parsing", end, __LINE__);
-      char c = *cur;
-      if (c == ']')
-        break;
-      DCV& element = v.push_back();
-      if (!annotate && (c == '-' || (c >= '0' && c <= '9')))
-        parse_number(element); // the common case of documents: arrays of numbers
-      else
-        parse_value(element);
-      skip_space();
-    }
-    expect(']');
-    --depth;
-  }
-
-  void parse_member(DCV& object) {
+  // Reads a member's key and separator; the member, made nil, to read the
+  // value into.
+  DCV& member_slot(DCV& object) {
     const char* key;
     uint32_t key_length;
     if (*cur == '"') {
@@ -269,8 +289,10 @@ struct Parser {
       object.remove(scratch->data());
       member = &object.get(scratch->data());
     }
-    parse_value(*member);
+    return *member;
   }
+
+  void parse_member(DCV& object) { parse_value(member_slot(object)); }
 
   // Reads a string; the result points into the text or into the scratch buffer.
   void parse_string(const char*& text, uint32_t& length) {
@@ -530,6 +552,8 @@ Outcome run(const char* text, uint32_t length, DCV& out, AnnotateFunction annota
   p.untrusted = untrusted;
   p.depth = 0;
   p.scratch = &scratch;
+  Vector<Parser::Open> open(scratch_allocator);
+  p.open = &open;
   p.expectation[0] = 0;
   try {
     p.parse_root(out);

@@ -33,8 +33,10 @@
 //   or right after a backslash in a string is "Reached end of string while
 //   parsing"; a '/' as the last byte is "Bad comment". No byte past the end
 //   is ever read.
-// - Nesting deeper than 512 arrays and objects is the syntax error
-//   "Nesting too deep", so no text can exhaust the stack.
+// - Arrays and objects are read with a list of the open ones, not by
+//   recursion, so no text can exhaust the stack. Nesting deeper than
+//   MAX_NESTING (about a million) is the syntax error "Nesting too deep",
+//   which bounds the list; the exporter never writes deeper documents.
 // - Bytes after a braced root object are not read.
 //
 // An empty text leaves `out` untouched. The three specified entries keep
@@ -66,7 +68,7 @@ struct ParseError {
 
 bool try_parse_untrusted(const char* text, uint32_t length, DynamicConfigValue& out, ParseError* error);
 
-const int MAX_NESTING = 512;
+const int MAX_NESTING = 1 << 20;
 
 } // namespace simplified_json
 } // namespace foundation

@@ -1,5 +1,6 @@
 #include "foundation/config/sjson_writer.h"
 
+#include "foundation/memory/temp_allocator.h"
 #include "foundation/utility/float_format.h"
 
 #include <string.h>
@@ -56,6 +57,8 @@ private:
   TextChunks& _out;
 };
 
+const int MAX_INDENT = 64;
+
 class TextWriter {
 public:
   explicit TextWriter(VectorSink& sink) : _sink(sink) { _cur = sink.start(&_end); }
@@ -83,9 +86,13 @@ public:
     put(text, N - 1);
   }
 
+  // Indentation grows with the level up to MAX_INDENT tabs and stays
+  // there: the text of a deep document stays proportional to its values.
   void tabs(int n) {
     if (n <= 0)
       return;
+    if (n > MAX_INDENT)
+      n = MAX_INDENT;
     need(uint32_t(n));
     memset(_cur, '\t', uint32_t(n));
     _cur += n;
@@ -206,7 +213,25 @@ void write_text_value(TextWriter& w, const DCV& v, bool escape_line_breaks, bool
   }
 }
 
-void write_sjson_value(TextWriter& w, const DCV& v, int level, bool multiline) {
+// An array or object being printed: where its walk is, and its level.
+struct OpenValue {
+  const DCV* value;
+  uint32_t index;     // next element of an array
+  DCV::Iterator next; // next member of an object
+  int level;
+};
+
+typedef Vector<OpenValue> OpenList;
+
+// Opens `v` (an array or object) at `level`: its bracket is printed and it
+// goes on the list of open values.
+void open_value(TextWriter& w, OpenList& open, const DCV& v, int level) {
+  w.put(v.is_array() ? '[' : '{');
+  open.push_back(OpenValue{&v, 0, v.is_object() ? v.begin() : DCV::Iterator(), level});
+}
+
+// A scalar as SJSON prints it.
+void write_sjson_scalar(TextWriter& w, const DCV& v) {
   switch (v.kind()) {
   case DCV::NIL:
     w.literal("null");
@@ -223,67 +248,95 @@ void write_sjson_value(TextWriter& w, const DCV& v, int level, bool multiline) {
   case DCV::FLOAT:
     w.real_g(v.to_float());
     break;
-  case DCV::STRING:
-  case DCV::DATA:
+  default:
     write_text_value(w, v, false);
     break;
-  case DCV::ARRAY: {
-    w.put('[');
-    for (const DCV& e : *v.array_record()) {
-      if (!multiline && e.is_float()) {
-        // The common case of documents: long arrays of numbers on one line.
-        w.need(1 + FLOAT_G_MAX_CHARS);
-        w.put(' ');
-        w.real_g_unchecked(e.to_float());
-        continue;
-      }
-      if (!multiline && e.is_integer()) {
-        w.need(1 + 12);
-        w.put(' ');
-        w.integer_unchecked(e.to_integer());
-        continue;
-      }
-      if (multiline) {
-        w.put('\n');
-        w.tabs(level + 1);
-      } else {
-        w.put(' ');
-      }
-      write_sjson_value(w, e, level + 1, multiline);
-    }
-    if (multiline) {
-      w.put('\n');
-      w.tabs(level);
-    } else {
-      w.put(' ');
-    }
-    w.put(']');
-    break;
-  }
-  case DCV::OBJECT: {
-    w.put('{');
-    for (DCV::Iterator it = v.begin(); it != v.end(); ++it) {
-      w.put('\n');
-      w.tabs(level + 1);
-      w.key(it.key());
-      w.literal(" = ");
-      write_sjson_value(w, it.value(), level + 1, multiline);
-    }
-    w.put('\n');
-    w.tabs(level);
-    w.put('}');
-    break;
-  }
   }
 }
 
-void write_json_value(TextWriter& w, const DCV& v, int level, bool single_line, bool exact) {
+// Prints `v` at `level`. Nested arrays and objects are walked with a list
+// of the open ones rather than by recursion: documents are as deep as the
+// scenes they describe.
+void write_sjson_value(TextWriter& w, OpenList& open, const DCV& v, int level, bool multiline) {
+  if (!v.is_array() && !v.is_object()) {
+    write_sjson_scalar(w, v);
+    return;
+  }
+  size_t base = open.size();
+  open_value(w, open, v, level);
+  while (open.size() > base) {
+    OpenValue& top = open.back();
+    int inner = top.level + 1;
+    const DCV* child = nullptr;
+    if (top.value->is_array()) {
+      const DCV::Array& a = *top.value->array_record();
+      while (top.index < a.size()) {
+        const DCV& e = a[top.index++];
+        if (!multiline && e.is_float()) {
+          // The common case of documents: long arrays of numbers on one line.
+          w.need(1 + FLOAT_G_MAX_CHARS);
+          w.put(' ');
+          w.real_g_unchecked(e.to_float());
+          continue;
+        }
+        if (!multiline && e.is_integer()) {
+          w.need(1 + 12);
+          w.put(' ');
+          w.integer_unchecked(e.to_integer());
+          continue;
+        }
+        if (multiline) {
+          w.put('\n');
+          w.tabs(inner);
+        } else {
+          w.put(' ');
+        }
+        if (e.is_array() || e.is_object()) {
+          child = &e;
+          break;
+        }
+        write_sjson_scalar(w, e);
+      }
+      if (!child) {
+        if (multiline) {
+          w.put('\n');
+          w.tabs(top.level);
+        } else {
+          w.put(' ');
+        }
+        w.put(']');
+        open.pop_back();
+        continue;
+      }
+    } else {
+      while (top.next != top.value->end()) {
+        DCV::Iterator it = top.next;
+        ++top.next;
+        w.put('\n');
+        w.tabs(inner);
+        w.key(it.key());
+        w.literal(" = ");
+        const DCV& e = it.value();
+        if (e.is_array() || e.is_object()) {
+          child = &e;
+          break;
+        }
+        write_sjson_scalar(w, e);
+      }
+      if (!child) {
+        w.put('\n');
+        w.tabs(top.level);
+        w.put('}');
+        open.pop_back();
+        continue;
+      }
+    }
+    open_value(w, open, *child, inner); // `top` is not used after this
+  }
+}
+
+void write_json_scalar(TextWriter& w, const DCV& v, bool single_line, bool exact) {
   switch (v.kind()) {
-  case DCV::NIL:
-  case DCV::BOOL:
-  case DCV::INTEGER:
-    write_sjson_value(w, v, level, false);
-    break;
   case DCV::FLOAT:
     if (!exact) {
       w.real_f(v.to_float());
@@ -299,52 +352,55 @@ void write_json_value(TextWriter& w, const DCV& v, int level, bool single_line, 
   case DCV::DATA:
     write_text_value(w, v, single_line, exact);
     break;
-  case DCV::ARRAY: {
-    w.put('[');
-    bool first = true;
-    for (const DCV& e : *v.array_record()) {
-      if (!first)
-        w.put(',');
-      first = false;
-      if (single_line) {
-        w.put(' ');
-      } else {
-        w.put('\n');
-        w.tabs(level + 1);
-      }
-      write_json_value(w, e, level + 1, single_line, exact);
-    }
-    if (!single_line) {
-      w.put('\n');
-      w.tabs(level);
-    }
-    w.put(']');
+  default:
+    write_sjson_scalar(w, v);
     break;
   }
-  case DCV::OBJECT: {
-    w.put('{');
-    bool first = true;
-    for (DCV::Iterator it = v.begin(); it != v.end(); ++it) {
-      if (!first)
-        w.put(',');
-      first = false;
-      if (single_line) {
-        w.put(' ');
-      } else {
+}
+
+void write_json_value(TextWriter& w, OpenList& open, const DCV& v, bool single_line, bool exact) {
+  if (!v.is_array() && !v.is_object()) {
+    write_json_scalar(w, v, single_line, exact);
+    return;
+  }
+  open_value(w, open, v, 0);
+  while (!open.empty()) {
+    OpenValue& top = open.back();
+    int inner = top.level + 1;
+    bool array = top.value->is_array();
+    bool more = array ? top.index < top.value->array_record()->size() : top.next != top.value->end();
+    if (!more) {
+      if (!single_line) {
         w.put('\n');
-        w.tabs(level + 1);
+        w.tabs(top.level);
       }
+      w.put(array ? ']' : '}');
+      open.pop_back();
+      continue;
+    }
+    bool first = array ? top.index == 0 : top.next == top.value->begin();
+    if (!first)
+      w.put(',');
+    if (single_line) {
+      w.put(' ');
+    } else {
+      w.put('\n');
+      w.tabs(inner);
+    }
+    const DCV* e;
+    if (array) {
+      e = &(*top.value->array_record())[top.index++];
+    } else {
+      DCV::Iterator it = top.next;
+      ++top.next;
       w.quoted(it.key().c_str(), it.key().length(), single_line, exact);
       w.literal(" : ");
-      write_json_value(w, it.value(), level + 1, single_line, exact);
+      e = &it.value();
     }
-    if (!single_line) {
-      w.put('\n');
-      w.tabs(level);
-    }
-    w.put('}');
-    break;
-  }
+    if (e->is_array() || e->is_object())
+      open_value(w, open, *e, inner); // `top` is not used after this
+    else
+      write_json_scalar(w, *e, single_line, exact);
   }
 }
 
@@ -362,11 +418,13 @@ bool is_identifier(const char* key) {
 
 namespace {
 void write_sjson_root(TextWriter& w, const DynamicConfigValue& root, const SjsonWriteOptions& options) {
+  ScopedTempAllocator scratch;
+  OpenList open(scratch);
   for (DCV::Iterator it = root.begin(); it != root.end(); ++it) {
     w.put('\n');
     w.key(it.key());
     w.literal(" = ");
-    write_sjson_value(w, it.value(), 0, options.multiline_arrays);
+    write_sjson_value(w, open, it.value(), 0, options.multiline_arrays);
   }
   w.put('\n');
 }
@@ -393,7 +451,9 @@ void write_json(const DynamicConfigValue& value, Vector<char>& out, bool single_
 void write_json(const DynamicConfigValue& value, Vector<char>& out, const JsonWriteOptions& options) {
   VectorSink sink(out);
   TextWriter w(sink);
-  write_json_value(w, value, 0, options.single_line, options.exact);
+  ScopedTempAllocator scratch;
+  OpenList open(scratch);
+  write_json_value(w, open, value, options.single_line, options.exact);
 }
 
 } // namespace foundation

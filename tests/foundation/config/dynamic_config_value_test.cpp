@@ -178,3 +178,47 @@ TEST(DynamicConfigValue, BulkAppendsMakeTheSameElementsAsPushBack) {
   EXPECT_TRUE(fresh.is_array());
   EXPECT_EQ(2u, fresh.size());
 }
+
+namespace {
+// A chain `depth` levels deep: objects holding their level and the next one
+// under "c", every tenth level an array around it.
+void build_chain(DCV& root, int depth) {
+  DCV* at = &root;
+  for (int i = 0; i < depth; ++i) {
+    if (i % 10 == 9) {
+      at->push_back().set_integer(i);
+      at = &at->push_back();
+    } else {
+      at->get("level").set_integer(i);
+      at = &at->get("c");
+    }
+  }
+}
+
+int chain_depth(const DCV& root) {
+  int depth = 0;
+  const DCV* at = &root;
+  while (at->is_object() || at->is_array()) {
+    EXPECT_EQ((at->is_array() ? at->at(0) : at->get("level")).to_integer(), depth);
+    at = at->is_array() ? &at->at(1) : &at->get("c");
+    ++depth;
+  }
+  return depth;
+}
+} // namespace
+
+// Documents can be as deep as the scenes they come from: copying and freeing
+// a tree must not recurse once per level.
+TEST(DynamicConfigValue, DeepTreesAreCopiedAndFreedWithoutExhaustingTheStack) {
+  const int DEPTH = 300000;
+  DCV* root = new DCV(heap());
+  build_chain(*root, DEPTH);
+  DCV copy(heap());
+  copy = *root;
+  delete root;
+  EXPECT_EQ(chain_depth(copy), DEPTH);
+  DCV moved(std::move(copy));
+  EXPECT_TRUE(copy.is_nil());
+  moved.set_nil();
+  EXPECT_TRUE(moved.is_nil());
+}

@@ -181,12 +181,31 @@ TEST(Parser, SyntaxErrorsByEntry) {
   EXPECT_EQ(err, "[Json Parser] Parse error 'Unexpected character' at line 2:\n\nb = @\n");
 }
 
-TEST(Parser, NestingIsLimited) {
-  std::string deep = "v = " + std::string(600, '[') + std::string(600, ']');
+// Nesting is bounded by memory, not by the stack: the parser keeps its own
+// list of open containers, so documents as deep as a long joint chain read.
+TEST(Parser, NestingIsLimitedByALimitFarBeyondTheStack) {
+  size_t limit = size_t(MAX_NESTING);
+  std::string deep = "v = " + std::string(limit + 1, '[') + std::string(limit + 1, ']');
   EXPECT_STREQ(error_of(deep).message, "Nesting too deep");
-  std::string ok = "v = " + std::string(500, '[') + std::string(500, ']');
+  std::string ok = "v = " + std::string(limit, '[') + std::string(limit, ']');
   DCV out(heap());
   EXPECT_TRUE(parse_text(ok, out));
+  int depth = 0;
+  for (const DCV* at = &out.get("v"); at->is_array(); at = &at->at(0))
+    ++depth;
+  EXPECT_EQ(depth, MAX_NESTING);
+  std::string objects = "v = ";
+  for (int i = 0; i < 100000; ++i)
+    objects += "{a = 1 b = ";
+  objects += "[1 2]" + std::string(100000, '}');
+  DCV nested(heap());
+  ASSERT_TRUE(parse_text(objects, nested));
+  const DCV* at = &nested.get("v");
+  for (int i = 0; i < 100000; ++i) {
+    ASSERT_EQ(at->get("a").to_integer(), 1);
+    at = &at->get("b");
+  }
+  EXPECT_EQ(at->at(1).to_integer(), 2);
   EXPECT_STREQ(error_of("v = [1 2").message, "Reached end of string while parsing");
   EXPECT_STREQ(error_of("v = {a = 1").message, "Reached end of string while parsing");
   EXPECT_STREQ(error_of("v =").message, "Reached end of string while parsing");

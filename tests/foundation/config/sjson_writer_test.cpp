@@ -176,3 +176,41 @@ TEST(SjsonRoundTrip, WriteThenParseGivesTheSameTree) {
   EXPECT_EQ(back.get("count").to_integer(), -2147483647 - 1);
   EXPECT_STREQ(back.get("name").to_string(), "a \"quoted\" \\ name\nwith lines");
 }
+
+// A deep document prints without recursion, its indentation stops growing
+// past a fixed depth so that the text stays proportional to the tree, and
+// the parser reads it back.
+TEST(SjsonRoundTrip, DeepDocumentsStayLinearInSizeAndReadBack) {
+  const int DEPTH = 100000;
+  DCV root(heap());
+  DCV* at = &root.get("nodes");
+  for (int i = 0; i < DEPTH; ++i) {
+    at->get("local").push_back().set_float(1.5f);
+    at = &at->get("children").get("j");
+  }
+  Vector<char> text(heap());
+  write_sjson(root, text, SjsonWriteOptions());
+  // Per level: the member lines, their closing braces and at most the
+  // capped indentation on each of them.
+  EXPECT_LT(text.size(), uint32_t(DEPTH) * 4 * (40 + 2 * 64));
+  DCV back(heap());
+  simplified_json::ParseError e;
+  ASSERT_TRUE(simplified_json::try_parse_untrusted(text.data(), text.size(), back, &e)) << e.message;
+  Vector<char> again(heap());
+  write_sjson(back, again, SjsonWriteOptions());
+  EXPECT_TRUE(std::string(text.data(), text.size()) == std::string(again.data(), again.size()));
+  const DCV* b = &back.get("nodes");
+  int depth = 0;
+  while (b->has("children")) {
+    ASSERT_EQ(b->get("local").at(0).to_float(), 1.5f);
+    b = &b->get("children").get("j");
+    ++depth;
+  }
+  EXPECT_EQ(depth, DEPTH);
+  // JSON prints the same way.
+  Vector<char> json_text(heap());
+  write_json(root, json_text, false);
+  DCV from_json(heap());
+  ASSERT_TRUE(simplified_json::try_parse_untrusted(json_text.data(), json_text.size(), from_json, &e)) << e.message;
+  EXPECT_LT(json_text.size(), uint32_t(DEPTH) * 4 * (40 + 2 * 64));
+}
