@@ -14,9 +14,12 @@ namespace twi {
 void record_animation(ExporterContext& context, const char* name, const MDagPath& path, bool world_space) {
   if (!context.settings->has_time_range)
     return;
-  context.animated.names.push_back(String(*context.allocator, name));
-  context.animated.paths.append(path);
-  context.animated.world_space.push_back(world_space);
+  AnimatedNodes& animated = context.animated;
+  animated.names.push_back(String(*context.allocator, name));
+  animated.nodes.append(path.node());
+  animated.world_path.push_back(world_space ? int32_t(animated.world_paths.length()) : -1);
+  if (world_space)
+    animated.world_paths.append(path);
   // The range always holds a sample: the line is shown where the node's
   // other lines are.
   append_log(context, " - Animations\n");
@@ -53,9 +56,10 @@ void sample_animations(ExporterContext& context, SceneDatabase& database) {
     MAnimControl::setCurrentTime(MTime(t, MTime::kSeconds));
     float time = float(t - double(settings.start_time));
     for (uint32_t i = 0; i < count; ++i) {
-      const MDagPath& path = animated.paths[i];
       float matrix[16];
-      store_matrix(animated.world_space[i] ? path.inclusiveMatrix() : MFnDagNode(path).transformationMatrix(),
+      int32_t world = animated.world_path[i];
+      store_matrix(world >= 0 ? animated.world_paths[unsigned(world)].inclusiveMatrix()
+                              : MFnDagNode(animated.nodes[i]).transformationMatrix(),
                    context.unit_scale, matrix);
       SceneAnimation& a = records[i];
       a.stream.data.push_back_n(reinterpret_cast<const uint8_t*>(matrix), sizeof(matrix));

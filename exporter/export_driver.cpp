@@ -150,7 +150,7 @@ bool capture_document(ExporterContext& context, DynamicConfigValue& document) {
     it.getPath(path);
     MFnDagNode node(path);
     if (node.parentCount() > 0) {
-      // Exported from its parent by the recursion when the parent passes.
+      // Exported from its parent by the walk below it when the parent passes.
       MDagPath parent;
       MDagPath::getAPathTo(node.parent(0), parent);
       if (should_export_node(context, parent))

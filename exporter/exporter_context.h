@@ -14,6 +14,7 @@
 #include "foundation/memory/allocator.h"
 
 #include <maya/MDagPathArray.h>
+#include <maya/MObjectArray.h>
 #include <maya/MSelectionList.h>
 
 namespace twi {
@@ -53,9 +54,14 @@ protected:
 // walk met them (see animation_export.h).
 struct AnimatedNodes {
   foundation::Vector<foundation::String> names;
-  MDagPathArray paths;
-  foundation::Vector<bool> world_space; // sampled as world matrices
-  explicit AnimatedNodes(Allocator& a) : names(a), world_space(a) {}
+  MObjectArray nodes; // sampled as local matrices: the node is enough
+  // Per node, its place in world_paths when it is sampled as world
+  // matrices, else -1. Only those keep a DAG path: a path is as long as
+  // the node is deep, and a deep hierarchy's paths together would be
+  // quadratic in its depth.
+  foundation::Vector<int32_t> world_path;
+  MDagPathArray world_paths;
+  explicit AnimatedNodes(Allocator& a) : names(a), world_path(a) {}
 };
 
 struct ExporterContext {

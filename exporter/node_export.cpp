@@ -19,20 +19,6 @@ namespace twi {
 
 namespace {
 
-// The names of the nodes being exported above the current one, innermost
-// first, on the recursion's stack.
-struct Ancestor {
-  const char* name;
-  const Ancestor* up;
-};
-
-bool is_ancestor(const Ancestor* ancestors, const char* name) {
-  for (const Ancestor* a = ancestors; a; a = a->up)
-    if (strcmp(a->name, name) == 0)
-      return true;
-  return false;
-}
-
 // The line after a name clash: the path being exported and another DAG
 // path to a node of the same name, so that the artist knows which two.
 void describe_clash(ExporterContext& context, const char* name, const MDagPath& path) {
@@ -57,67 +43,103 @@ void describe_clash(ExporterContext& context, const char* name, const MDagPath& 
                       "that holds only one.\n");
 }
 
-bool export_subtree(ExporterContext& context, SceneDatabase& database, const char* parent, const MDagPath& path,
-                    const Ancestor* ancestors) {
-  Allocator& allocator = *context.allocator;
-  MFnDagNode node(path);
-  String name(allocator, node.name().asUTF8());
+// A node being exported: what is known of it before its children are
+// exported, and the next child to look at.
+struct OpenNode {
+  MDagPath path;
+  MFnDagNode node;
+  String name;
+  String parent;
+  float local[16];
+  Vector<String> geometries;
+  Vector<String> children;
+  unsigned next_child = 0;
+  unsigned child_count = 0;
 
-  if (database.nodes.has(name.c_str()) || is_ancestor(ancestors, name.c_str())) {
+  OpenNode(Allocator& a, const MDagPath& p, const char* parent_name)
+      : path(p), node(p), name(a, node.name().asUTF8()), parent(a, parent_name), geometries(a), children(a) {}
+};
+
+// Exports the node itself (its log lines, matrix, animation and mesh), not
+// its children. Its record is made now, empty, so that a descendant of the
+// same name is a clash; it is filled when its children are done.
+bool begin_node(ExporterContext& context, SceneDatabase& database, OpenNode& open) {
+  const char* name = open.name.c_str();
+  if (database.nodes.has(name)) {
     append_log(context, "A node with name: ");
-    append_log(context, name.c_str());
+    append_log(context, name);
     append_log(context, " already found.\n");
-    describe_clash(context, name.c_str(), path);
+    describe_clash(context, name, open.path);
     return false;
   }
+  database.nodes.get_or_insert(name);
 
   append_log(context, "Exporting Node: ");
-  append_log(context, name.c_str());
+  append_log(context, name);
   append_log(context, "\n");
   show_log(context);
 
   // A root whose DAG parent is a transform (the parent is not exported:
   // unselected, hidden or a default node) keeps its place in the world: its
   // world matrix stands for its local one, here and in every sample.
-  const bool world_space = parent[0] == 0 && path.length() > 1;
-  float local[16];
-  store_matrix(world_space ? path.inclusiveMatrix() : node.transformationMatrix(), context.unit_scale, local);
+  const bool world_space = open.parent.c_str()[0] == 0 && open.path.length() > 1;
+  store_matrix(world_space ? open.path.inclusiveMatrix() : open.node.transformationMatrix(), context.unit_scale,
+               open.local);
 
   if (context.settings->has_time_range)
-    record_animation(context, name.c_str(), path, world_space);
+    record_animation(context, name, open.path, world_space);
 
-  Vector<String> geometries(allocator);
-  if (path.hasFn(MFn::kMesh)) {
-    if (!export_mesh(context, database, name.c_str(), path))
+  if (open.path.hasFn(MFn::kMesh)) {
+    if (!export_mesh(context, database, name, open.path))
       return false;
-    geometries.push_back(name);
+    open.geometries.push_back(open.name);
   }
-
-  Vector<String> children(allocator);
-  const Ancestor self = {name.c_str(), ancestors};
-  unsigned count = node.childCount();
-  for (unsigned i = 0; i < count; ++i) {
-    MDagPath child;
-    MDagPath::getAPathTo(node.child(i), child);
-    if (!should_export_node(context, child))
-      continue;
-    if (!export_subtree(context, database, name.c_str(), child, &self))
-      return false;
-    children.push_back(String(allocator, MFnDagNode(child).name().asUTF8()));
-  }
-
-  SceneNode& record = database.nodes.get_or_insert(name.c_str());
-  record.parent = parent;
-  record.children = children;
-  memcpy(record.local, local, sizeof(local));
-  record.geometries = geometries;
+  open.child_count = open.node.childCount();
   return true;
+}
+
+// Exports the node at `path` and the exported nodes below it, depth first,
+// each node's record filled after its children. The hierarchy is walked
+// with a list of the open nodes rather than by recursion: chains of joints
+// can be many thousands of levels deep.
+bool export_subtree(ExporterContext& context, SceneDatabase& database, const char* parent, const MDagPath& path) {
+  Allocator& allocator = *context.allocator;
+  Vector<OpenNode*> open(allocator);
+  bool ok = true;
+  OpenNode* first = allocator.make_new<OpenNode>(allocator, path, parent);
+  open.push_back(first);
+  ok = begin_node(context, database, *first);
+  while (ok && !open.empty()) {
+    OpenNode& top = *open.back();
+    if (top.next_child < top.child_count) {
+      MDagPath child;
+      MDagPath::getAPathTo(top.node.child(top.next_child++), child);
+      if (!should_export_node(context, child))
+        continue;
+      OpenNode* next = allocator.make_new<OpenNode>(allocator, child, top.name.c_str());
+      open.push_back(next);
+      ok = begin_node(context, database, *next);
+      continue;
+    }
+    SceneNode& record = database.nodes.get_or_insert(top.name.c_str());
+    record.parent = top.parent;
+    record.children = top.children;
+    memcpy(record.local, top.local, sizeof(top.local));
+    record.geometries = top.geometries;
+    open.pop_back();
+    if (!open.empty())
+      open.back()->children.push_back(top.name);
+    allocator.make_delete(&top);
+  }
+  for (OpenNode* o : open)
+    allocator.make_delete(o);
+  return ok;
 }
 
 } // namespace
 
 bool export_node(ExporterContext& context, SceneDatabase& database, const char* parent, const MDagPath& path) {
-  return export_subtree(context, database, parent, path, nullptr);
+  return export_subtree(context, database, parent, path);
 }
 
 } // namespace twi

@@ -2,6 +2,7 @@
 
 #include "foundation/error/assert.h"
 #include "foundation/error/error_context.h"
+#include "foundation/memory/temp_allocator.h"
 
 #include <string.h>
 
@@ -96,30 +97,81 @@ void read_stream(const DCV& v, GeometryStream& s) {
   }
 }
 
-void read_node(SceneDatabase& db, const char* name, const char* parent, const DCV& v) {
+// A node being read: its record, filled before its children are read and
+// stored after them, and the next child to read.
+struct OpenNode {
+  const char* name;
+  SceneNode* node;
+  DCV::Iterator next;
+  DCV::Iterator end;
+  static constexpr bool TRIVIALLY_RELOCATABLE = true;
+};
+
+// Reads a node's own keys (not its children) into a new record.
+void begin_node(const char* name, const char* parent, const DCV& v, SceneNode* node) {
   ErrorContext context("node", name);
-  SceneNode node(db.allocator());
-  node.parent = parent;
+  ErrorContext under("parent", parent[0] ? parent : "(none: a root)");
+  node->parent = parent;
   {
     ErrorContext key("key", "local");
-    read_matrix(v.get("local"), node.local);
+    read_matrix(v.get("local"), node->local);
   }
   if (v.has("geometries")) {
     ErrorContext key("key", "geometries");
     const DCV& geometries = v.get("geometries");
     for (uint32_t i = 0; i < geometries.size(); ++i)
-      node.geometries.push_back_default() = geometries.at(i).to_string();
+      node->geometries.push_back_default() = geometries.at(i).to_string();
   }
   if (v.has("children")) {
     ErrorContext key("key", "children");
-    const DCV& children = v.get("children");
-    TW_ASSERT(children.is_object() || children.is_nil());
-    for (DCV::Iterator it = children.begin(); it != children.end(); ++it) {
-      node.children.push_back_default() = it.key().c_str();
-      read_node(db, it.key().c_str(), name, it.value());
-    }
+    TW_ASSERT(v.get("children").is_object() || v.get("children").is_nil());
   }
-  db.nodes.get_or_insert(name) = node;
+}
+
+// The open nodes' records, given back however the walk ends (a failed
+// assertion may leave it by an exception).
+struct OpenNodes {
+  SceneDatabase& db;
+  foundation::Vector<OpenNode> list;
+  OpenNodes(SceneDatabase& d, foundation::Allocator& a) : db(d), list(a) {}
+  ~OpenNodes() {
+    for (OpenNode& o : list)
+      db.allocator().make_delete(o.node);
+  }
+};
+
+// Reads the node `name` and everything below it. Each node is stored after
+// its children, as a recursive reader would; the hierarchy is walked with a
+// list of the open nodes instead, since documents are as deep as scenes.
+void read_node(SceneDatabase& db, const char* name, const char* parent, const DCV& v) {
+  foundation::ScopedTempAllocator scratch;
+  OpenNodes nodes(db, scratch);
+  foundation::Vector<OpenNode>& open = nodes.list;
+  auto enter = [&](const char* node_name, const char* parent_name, const DCV& value) {
+    OpenNode o{node_name, db.allocator().make_new<SceneNode>(db.allocator()), DCV::Iterator(), DCV::Iterator()};
+    open.push_back(o);
+    begin_node(node_name, parent_name, value, o.node);
+    const DCV& children = value.get("children");
+    if (children.is_object()) {
+      open.back().next = children.begin();
+      open.back().end = children.end();
+    }
+  };
+  enter(name, parent, v);
+  while (!open.empty()) {
+    OpenNode& top = open.back();
+    if (top.next != top.end) {
+      DCV::Iterator child = top.next;
+      ++top.next;
+      top.node->children.push_back_default() = child.key().c_str();
+      enter(child.key().c_str(), top.name, child.value()); // `top` is not used after this
+      continue;
+    }
+    SceneNode* node = top.node;
+    db.nodes.get_or_insert(top.name) = *node;
+    db.allocator().make_delete(node);
+    open.pop_back();
+  }
 }
 
 void read_geometry(const DCV& v, SceneGeometry& g) {

@@ -2,6 +2,8 @@
 
 #include "scene/scene_database.h"
 
+#include "foundation/memory/temp_allocator.h"
+
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -201,17 +203,49 @@ public:
   }
 
   // The members of "nodes" or of a node's "children"; `parent` names the
-  // node they belong to (null for the roots).
+  // node they belong to (null for the roots). The hierarchy is walked with
+  // a list of the nodes still to check, not by recursion, since documents
+  // are as deep as scenes; the places of the walk live in `arena` until it
+  // ends, as a problem names the chain of keys down to it.
   void node_members(const Place* p, const DCV& members, const char* parent) {
-    for (DCV::Iterator it = members.begin(); it != members.end(); ++it) {
-      Place n = {p, it.key().c_str(), 0};
-      node(&n, it.key().c_str(), it.value(), parent);
+    foundation::ScopedTempAllocator arena;
+    struct Pending {
+      const Place* place;
+      const char* name;
+      const DCV* value;
+      const char* parent;
+    };
+    Vector<Pending> todo(arena);
+    auto push_members = [&](const Place* at, const DCV& object, const char* parent_name) {
+      uint32_t first = todo.size();
+      for (DCV::Iterator it = object.begin(); it != object.end(); ++it) {
+        Place* n = arena.make_new<Place>(Place{at, it.key().c_str(), 0});
+        todo.push_back(Pending{n, it.key().c_str(), &it.value(), parent_name});
+      }
+      // Checked in key order: the first member is taken first.
+      for (uint32_t i = first, j = todo.size(); i + 1 < j; ++i, --j) {
+        Pending t = todo[i];
+        todo[i] = todo[j - 1];
+        todo[j - 1] = t;
+      }
+    };
+    push_members(p, members, parent);
+    while (!todo.empty()) {
+      Pending at = todo.back();
+      todo.pop_back();
+      const DCV* children = node(at.place, *at.value, at.parent);
+      if (children) {
+        Place* k = arena.make_new<Place>(Place{at.place, "children", 0});
+        if (expect_object(k, *children))
+          push_members(k, *children, at.name);
+      }
     }
   }
 
-  void node(const Place* p, const char* name, const DCV& v, const char* parent) {
+  // Checks a node's own keys; its "children" when it has them.
+  const DCV* node(const Place* p, const DCV& v, const char* parent) {
     if (!expect_object(p, v))
-      return;
+      return nullptr;
     static const char* const ALLOWED[] = {"children", "geometries", "local", "parent", nullptr};
     static const char* const REQUIRED[] = {"local", nullptr};
     expect_keys(p, v, ALLOWED, REQUIRED);
@@ -240,12 +274,7 @@ public:
           expect_string(&e, geometries.at(i));
         }
     }
-    if (v.has("children")) {
-      Place k = {p, "children", 0};
-      const DCV& children = v.get("children");
-      if (expect_object(&k, children))
-        node_members(&k, children, name);
-    }
+    return v.has("children") ? &v.get("children") : nullptr;
   }
 
   // Returns the number of floats one element of the stream holds (0 when
@@ -519,13 +548,18 @@ public:
 
 private:
   static void format_place(const Place* place, char* out, size_t size) {
-    // Collect the chain innermost first, print it outermost first.
-    const Place* chain[64];
+    // Collect the chain innermost first, print it outermost first; in a
+    // deep document only the innermost keys, after "... > ".
+    const uint32_t MAX_SHOWN = 12;
+    const Place* chain[MAX_SHOWN];
     uint32_t n = 0;
-    for (const Place* p = place; p && n < 64; p = p->up)
+    const Place* p = place;
+    for (; p && n < MAX_SHOWN; p = p->up)
       chain[n++] = p;
     size_t used = 0;
     out[0] = 0;
+    if (p)
+      used = size_t(snprintf(out, size, "..."));
     for (uint32_t i = n; i-- > 0 && used + 1 < size;) {
       int w = chain[i]->key ? snprintf(out + used, size - used, "%s%s", used ? " > " : "", chain[i]->key)
                             : snprintf(out + used, size - used, "%s%u", used ? " > " : "", chain[i]->index);

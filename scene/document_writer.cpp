@@ -51,24 +51,52 @@ void write_stream(const GeometryStream& stream, DCV& out) {
   }
 }
 
+// A node still to write and the member it goes into.
+struct PendingNode {
+  const SceneNode* node;
+  DCV* out;
+  const String* name; // its name among its parent's children
+};
+
+// Writes `node` and everything below it. The hierarchy is walked with a
+// list of the nodes still to write rather than by recursion, since scenes
+// can be thousands of levels deep. A node's children members are all made
+// before any is written, so the pointers in the list stay valid.
 void write_node(const SceneDatabase& db, const SceneNode& node, DCV& out) {
-  if (!node.parent.is_empty_text())
-    out.get("parent").set_string(node.parent.c_str(), node.parent.length());
-  write_floats(out.get("local"), node.local, 16);
-  if (!node.geometries.empty()) {
-    DCV& geometries = out.get("geometries");
-    for (const String& g : node.geometries)
-      geometries.push_back().set_string(g.c_str(), g.length());
-  }
-  if (!node.children.empty()) {
-    DCV& children = out.get("children");
-    for (const String& name : node.children) {
-      foundation::ScopedTempAllocator scratch;
+  foundation::ScopedTempAllocator scratch;
+  foundation::Vector<PendingNode> pending(scratch);
+  pending.push_back(PendingNode{&node, &out, nullptr});
+  // Each node of the database is written once at most: the capture makes
+  // a tree, and a broken one must not make the walk endless.
+  uint32_t budget = db.nodes.size() + 1;
+  while (!pending.empty() && budget-- > 0) {
+    PendingNode at = pending.back();
+    pending.pop_back();
+    const SceneNode& n = *at.node;
+    DCV& o = *at.out;
+    if (!n.parent.is_empty_text())
+      o.get("parent").set_string(n.parent.c_str(), n.parent.length());
+    write_floats(o.get("local"), n.local, 16);
+    if (!n.geometries.empty()) {
+      DCV& geometries = o.get("geometries");
+      for (const String& g : n.geometries)
+        geometries.push_back().set_string(g.c_str(), g.length());
+    }
+    if (n.children.empty())
+      continue;
+    DCV& children = o.get("children");
+    uint32_t first = pending.size();
+    for (const String& name : n.children) {
       String key(name, scratch); // the lookup uses a copy of the name
       auto it = db.nodes.find(key.c_str());
-      if (it != db.nodes.end())
-        write_node(db, it.value(), children.get(key.c_str()));
+      if (it != db.nodes.end()) {
+        children.get(key.c_str());
+        pending.push_back(PendingNode{&it.value(), nullptr, &name});
+      }
     }
+    // The members exist now; their places are final.
+    for (uint32_t i = first; i < pending.size(); ++i)
+      pending[i].out = &children.get(pending[i].name->c_str());
   }
 }
 

@@ -85,38 +85,57 @@ public:
     }
   }
 
-  // Walks a node's subtree; counts visits per node name.
-  void visit(const char* name, const char* expected_parent, uint32_t depth) {
+  // Checks a node: reached once, listed under its parent, its geometries
+  // known. Returns whether its children are to be walked.
+  bool check_node(const char* name, const char* expected_parent) {
     auto it = _db.nodes.find(name);
     if (it == _db.nodes.end())
-      return;
-    uint32_t& visits = _visits.get_or_insert(name);
-    if (++visits > 1) {
-      char place[512];
-      snprintf(place, sizeof(place), "node %s", name);
-      problem(place, "reached more than once from the roots");
-      return;
-    }
-    const SceneNode& node = it.value();
+      return false;
     char place[512];
     snprintf(place, sizeof(place), "node %s", name);
+    uint32_t& visits = _visits.get_or_insert(name);
+    if (++visits > 1) {
+      problem(place, "reached more than once from the roots");
+      return false;
+    }
+    const SceneNode& node = it.value();
     if (strcmp(node.parent.c_str(), expected_parent) != 0)
       problem(place, "parent is \"%s\" but it is listed under \"%s\"", node.parent.c_str(), expected_parent);
-    if (depth > 10000)
-      return;
-    for (const String& child : node.children) {
-      if (!_db.nodes.has(child.c_str())) {
-        snprintf(place, sizeof(place), "node %s > children", name);
-        problem(place, "no node named %s", child.c_str());
-        continue;
-      }
-      visit(child.c_str(), name, depth + 1);
-    }
     for (const String& g : node.geometries) {
       if (!_db.geometries.has(g.c_str())) {
         snprintf(place, sizeof(place), "node %s > geometries", name);
         problem(place, "no geometry named %s", g.c_str());
       }
+    }
+    return true;
+  }
+
+  // Walks a root's subtree depth first with a list of the nodes to visit
+  // (hierarchies can be far deeper than the stack allows); a node reached
+  // twice is reported and not walked again, so the walk ends.
+  void visit(const char* root) {
+    struct Pending {
+      const char* name;
+      const char* parent;
+    };
+    Vector<Pending> todo(_scratch);
+    todo.push_back(Pending{root, ""});
+    while (!todo.empty()) {
+      Pending at = todo.back();
+      todo.pop_back();
+      if (!check_node(at.name, at.parent))
+        continue;
+      const SceneNode& node = _db.nodes.find(at.name).value();
+      for (const String& child : node.children) {
+        if (!_db.nodes.has(child.c_str())) {
+          char place[512];
+          snprintf(place, sizeof(place), "node %s > children", at.name);
+          problem(place, "no node named %s", child.c_str());
+        }
+      }
+      for (uint32_t i = node.children.size(); i-- > 0;)
+        if (_db.nodes.has(node.children[i].c_str()))
+          todo.push_back(Pending{node.children[i].c_str(), at.name});
     }
   }
 
@@ -125,7 +144,7 @@ public:
       if (!_db.nodes.has(root.c_str()))
         problem("roots", "no node named %s", root.c_str());
       else
-        visit(root.c_str(), "", 0);
+        visit(root.c_str());
     }
     for (auto it = _db.nodes.begin(); it != _db.nodes.end(); ++it) {
       if (!_visits.has(it.key().c_str())) {

@@ -444,51 +444,81 @@ unsigned int MFnDagNode::instanceCount(bool, MStatus* ReturnStatus) const {
 
 namespace {
 
+// The walk of an MItDag, made as it goes rather than collected up front:
+// a deep hierarchy's paths together are quadratic in its depth. Depth
+// first, the walk keeps the current path and, per level below the root, the
+// index of the child taken; breadth first, the queue of paths still to
+// visit. Items that fail the filter are passed over, their children not.
 struct DagWalk {
-  std::vector<Path> items;
-  size_t at = 0;
   MFn::Type filter = MFn::kInvalid;
   MItDag::TraversalType type = MItDag::kDepthFirst;
   Path root;
+  Path current;
+  std::vector<size_t> taken;  // depth first: the child index per level below the root
+  std::deque<Path> queue;     // breadth first: current is its front
+  bool done = true;
+  bool pruned = false; // the next step does not go below the current item
 };
 
 DagWalk& walk_of(void* p) { return *static_cast<DagWalk*>(p); }
 
 bool passes(Node* n, MFn::Type filter) { return filter == MFn::kInvalid || n->has_fn(filter); }
 
-void collect(DagWalk& w) {
-  w.items.clear();
-  w.at = 0;
-  Node* start = path_node(w.root);
+// One step to the next path of the walk, whether it passes the filter or not.
+void step(DagWalk& w) {
+  if (w.done)
+    return;
+  bool below = !w.pruned;
+  w.pruned = false;
   if (w.type == MItDag::kBreadthFirst) {
-    std::deque<Path> queue;
-    queue.push_back(w.root);
-    while (!queue.empty()) {
-      Path p = queue.front();
-      queue.pop_front();
-      Node* n = path_node(p);
-      if (passes(n, w.filter))
-        w.items.push_back(p);
-      for (Node* c : n->children) {
-        Path child = p;
-        child.push_back(c);
-        queue.push_back(child);
+    Path p = std::move(w.queue.front());
+    w.queue.pop_front();
+    if (below)
+      for (Node* c : path_node(p)->children) {
+        w.queue.push_back(p);
+        w.queue.back().push_back(c);
       }
-    }
+    w.done = w.queue.empty();
+    if (!w.done)
+      w.current = w.queue.front();
     return;
   }
-  std::function<void(const Path&)> visit = [&](const Path& p) {
-    Node* n = path_node(p);
-    if (passes(n, w.filter))
-      w.items.push_back(p);
-    for (Node* c : n->children) {
-      Path child = p;
-      child.push_back(c);
-      visit(child);
+  Node* n = path_node(w.current);
+  if (below && !n->children.empty()) {
+    w.taken.push_back(0);
+    w.current.push_back(n->children[0]);
+    return;
+  }
+  // Up to the nearest level with a next sibling.
+  while (!w.taken.empty()) {
+    Node* parent = w.current.size() >= 2 ? w.current[w.current.size() - 2] : scene().world;
+    size_t next = w.taken.back() + 1;
+    if (next < parent->children.size()) {
+      w.taken.back() = next;
+      w.current.back() = parent->children[next];
+      return;
     }
-  };
-  (void)start;
-  visit(w.root);
+    w.taken.pop_back();
+    w.current.pop_back();
+  }
+  w.done = true;
+}
+
+// Steps until the current path passes the filter or the walk ends.
+void settle(DagWalk& w) {
+  while (!w.done && !passes(path_node(w.current), w.filter))
+    step(w);
+}
+
+void collect(DagWalk& w) {
+  w.current = w.root;
+  w.taken.clear();
+  w.queue.clear();
+  if (w.type == MItDag::kBreadthFirst)
+    w.queue.push_back(w.root);
+  w.done = false;
+  w.pruned = false;
+  settle(w);
 }
 
 } // namespace
@@ -507,25 +537,19 @@ MItDag::MItDag(TraversalType type, MFn::Type filter, MStatus* ReturnStatus) : _s
 MItDag::~MItDag() { delete &walk_of(_state); }
 bool MItDag::isDone(MStatus* ReturnStatus) const {
   set_status(ReturnStatus, MS::kSuccess);
-  const DagWalk& w = walk_of(_state);
-  return w.at >= w.items.size();
+  return walk_of(_state).done;
 }
 MStatus MItDag::next() {
   DagWalk& w = walk_of(_state);
-  if (w.at < w.items.size())
-    ++w.at;
+  step(w);
+  settle(w);
   return MS::kSuccess;
 }
 MStatus MItDag::prune() {
   DagWalk& w = walk_of(_state);
-  if (w.at >= w.items.size())
+  if (w.done)
     return MS::kFailure;
-  Path current = w.items[w.at];
-  size_t next = w.at + 1;
-  while (next < w.items.size() && w.items[next].size() > current.size() &&
-         std::equal(current.begin(), current.end(), w.items[next].begin()))
-    ++next;
-  w.at = next - 1;
+  w.pruned = true;
   return MS::kSuccess;
 }
 MStatus MItDag::reset() {
@@ -553,12 +577,12 @@ MStatus MItDag::reset(const MDagPath& root, TraversalType type, MFn::Type filter
 }
 MObject MItDag::currentItem(MStatus* ReturnStatus) {
   DagWalk& w = walk_of(_state);
-  if (w.at >= w.items.size()) {
+  if (w.done) {
     set_status(ReturnStatus, MS::kFailure);
     return MObject();
   }
   set_status(ReturnStatus, MS::kSuccess);
-  return MObject(path_node(w.items[w.at]));
+  return MObject(path_node(w.current));
 }
 MObject MItDag::item(MStatus* ReturnStatus) { return currentItem(ReturnStatus); }
 MObject MItDag::root(MStatus* ReturnStatus) {
@@ -567,14 +591,14 @@ MObject MItDag::root(MStatus* ReturnStatus) {
 }
 unsigned int MItDag::depth(MStatus* ReturnStatus) const {
   const DagWalk& w = walk_of(_state);
-  set_status(ReturnStatus, w.at < w.items.size() ? MS::kSuccess : MS::kFailure);
-  return w.at < w.items.size() ? unsigned(w.items[w.at].size()) : 0;
+  set_status(ReturnStatus, !w.done ? MS::kSuccess : MS::kFailure);
+  return !w.done ? unsigned(w.current.size()) : 0;
 }
 MStatus MItDag::getPath(MDagPath& path) const {
   const DagWalk& w = walk_of(_state);
-  if (w.at >= w.items.size())
+  if (w.done)
     return MS::kFailure;
-  path_of(path.internal()) = w.items[w.at];
+  path_of(path.internal()) = w.current;
   return MS::kSuccess;
 }
 MString MItDag::fullPathName(MStatus* ReturnStatus) const {

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <stdio.h>
+#include <vector>
 
 namespace mayasim {
 
@@ -65,10 +66,18 @@ std::string mesh_summary(const Node& n) {
   return s;
 }
 
-void outline_node(const Node& n, int depth, bool repeated, std::string& out) {
-  if (n.is_default)
-    return;
-  out += std::string(size_t(depth) * 2, ' ') + n.name + " (" + n.type_name;
+// Indentation stops growing past this many levels, where the level is
+// written instead: deep rigs stay readable and the text proportional to
+// the scene.
+const int MAX_INDENT_LEVELS = 32;
+
+// One node's line.
+void outline_line(const Node& n, int depth, bool repeated, std::string& out) {
+  if (depth > MAX_INDENT_LEVELS)
+    out += std::string(size_t(MAX_INDENT_LEVELS) * 2, ' ') + "[level " + std::to_string(depth) + "] ";
+  else
+    out += std::string(size_t(depth) * 2, ' ');
+  out += n.name + " (" + n.type_name;
   if (repeated) {
     out += ", instanced: shown under its first parent)\n";
     return;
@@ -88,8 +97,32 @@ void outline_node(const Node& n, int depth, bool repeated, std::string& out) {
       out += " " + c.first + " (" + std::to_string(c.second.keys.size()) + " keys)";
   }
   out += ")\n";
-  for (const Node* child : n.children)
-    outline_node(*child, depth + 1, child->parents.size() > 1 && child->parents[0] != &n, out);
+}
+
+// The node and everything below it, depth first, each instanced node under
+// its first parent only. Walked with a list, not by recursion: chains of
+// joints can be many thousands of levels deep.
+void outline_node(const Node& root, int depth, bool repeated, std::string& out) {
+  struct Pending {
+    const Node* node;
+    int depth;
+    bool repeated;
+  };
+  std::vector<Pending> todo{{&root, depth, repeated}};
+  while (!todo.empty()) {
+    Pending at = todo.back();
+    todo.pop_back();
+    const Node& n = *at.node;
+    if (n.is_default)
+      continue;
+    outline_line(n, at.depth, at.repeated, out);
+    if (at.repeated)
+      continue;
+    for (size_t i = n.children.size(); i-- > 0;) {
+      const Node* child = n.children[i];
+      todo.push_back({child, at.depth + 1, child->parents.size() > 1 && child->parents[0] != &n});
+    }
+  }
 }
 
 } // namespace

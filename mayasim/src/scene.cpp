@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <math.h>
 #include <unistd.h>
+#include <unordered_map>
 
 namespace mayasim {
 
@@ -302,19 +303,80 @@ Node* function_set_node(const Path& path) {
   return n;
 }
 
+// Every path, in the order of the parents at each level (a path through a
+// node's first parent comes before one through its second). Walked upwards
+// from the node with a list of the nodes passed, not by recursion: scenes
+// can be many thousands of levels deep.
 std::vector<Path> all_paths_to(Node* node) {
-  std::vector<Path> out;
   if (!node || node->type == MFn::kWorld)
     return {Path()};
-  for (Node* parent : node->parents) {
-    for (Path p : all_paths_to(parent)) {
-      p.push_back(node);
-      out.push_back(p);
+  std::vector<Path> out;
+  struct Step {
+    Node* node;
+    size_t next_parent;
+  };
+  std::vector<Step> up{{node, 0}};
+  auto emit = [&] {
+    Path p;
+    p.reserve(up.size());
+    for (size_t i = up.size(); i-- > 0;)
+      p.push_back(up[i].node);
+    out.push_back(std::move(p));
+  };
+  while (!up.empty()) {
+    Step& s = up.back();
+    const std::vector<Node*>& parents = s.node->parents;
+    if (parents.empty() && s.next_parent == 0) {
+      s.next_parent = 1; // a node outside the world's hierarchy is a path of its own
+      emit();
+      continue;
+    }
+    if (s.next_parent >= parents.size()) {
+      up.pop_back();
+      continue;
+    }
+    Node* parent = parents[s.next_parent++];
+    if (!parent || parent->type == MFn::kWorld)
+      emit();
+    else
+      up.push_back({parent, 0});
+  }
+  return out;
+}
+
+size_t count_paths_to(Node* node) {
+  if (!node || node->type == MFn::kWorld)
+    return 1;
+  // Counts per node, each worked out once its parents' are known.
+  std::unordered_map<const Node*, size_t> counts;
+  std::vector<Node*> todo{node};
+  while (!todo.empty()) {
+    Node* n = todo.back();
+    if (counts.count(n)) {
+      todo.pop_back();
+      continue;
+    }
+    size_t total = n->parents.empty() ? 1 : 0;
+    bool ready = true;
+    for (Node* p : n->parents) {
+      if (!p || p->type == MFn::kWorld) {
+        total += 1;
+        continue;
+      }
+      auto c = counts.find(p);
+      if (c == counts.end()) {
+        ready = false;
+        todo.push_back(p);
+      } else {
+        total += c->second;
+      }
+    }
+    if (ready) {
+      counts[n] = total;
+      todo.pop_back();
     }
   }
-  if (node->parents.empty())
-    out.push_back(Path{node});
-  return out;
+  return counts[node];
 }
 
 bool path_has_fn(const Path& path, MFn::Type type) {

@@ -288,6 +288,8 @@ Node* function_set_node(const Path& path);
 // parents in order, each with its own paths in turn. A path's instance
 // number is its position here.
 std::vector<Path> all_paths_to(Node* node);
+// How many paths all_paths_to would give, without making them.
+size_t count_paths_to(Node* node);
 // Whether the path's node (or, for a transform, a shape directly below it)
 // is compatible with `type`.
 bool path_has_fn(const Path& path, MFn::Type type);

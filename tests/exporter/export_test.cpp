@@ -417,3 +417,28 @@ TEST_F(Export, ARewrittenFileIsReplacedWhole) {
     closedir(d);
   EXPECT_EQ((std::vector<std::string>{"out.twi"}), files) << "no temporary file left beside it";
 }
+
+// Rope, tail and generated rigs make chains thousands of joints long: the
+// export walks them without recursion, and the document it writes is one
+// the reader takes back whole.
+TEST_F(Export, AJointChainTenThousandDeepExportsAndReadsBack) {
+  const int DEPTH = 10000;
+  set_playback_range(1, 2);
+  MObject parent = joint("j0");
+  for (int i = 1; i < DEPTH; ++i)
+    parent = joint("j" + std::to_string(i), parent, {0, 1, 0});
+  SceneDatabase& db = exported();
+  ASSERT_EQ(db.nodes.size(), uint32_t(DEPTH));
+  EXPECT_EQ(roots(db), std::vector<std::string>{"j0"});
+  int depth = 1;
+  const twi::SceneNode* at = &node(db, "j0");
+  while (!at->children.empty()) {
+    std::string child = at->children[0].c_str();
+    EXPECT_EQ(child, "j" + std::to_string(depth));
+    at = &node(db, child.c_str());
+    ++depth;
+  }
+  EXPECT_EQ(depth, DEPTH);
+  EXPECT_STREQ(at->parent.c_str(), ("j" + std::to_string(DEPTH - 2)).c_str());
+  EXPECT_EQ(db.animations.size(), size_t(DEPTH));
+}

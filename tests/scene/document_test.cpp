@@ -143,9 +143,9 @@ TEST(SceneDocument, ReaderFailuresNameThePlace) {
   };
   const Case cases[] = {
       {"nodes = { pCube1 = { local = [ 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 ] } }", "is_integer()",
-       "[Context] node pCube1\n[Context] key local\n"},
+       "[Context] node pCube1\n[Context] parent (none: a root)\n[Context] key local\n"},
       {"nodes = { a = { local = [0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0] children = { b = { local = \"x\" } } } }",
-       "is_array() || is_nil()", "[Context] node a\n[Context] key children\n[Context] node b\n[Context] key local\n"},
+       "is_array() || is_nil()", "[Context] node b\n[Context] parent a\n[Context] key local\n"},
       {"geometries = { pCubeShape1 = { streams = [ { size = 1 stride = 4 channels = [ { index = 0 type = "
        "\"CT_FLOAT1\" name = \"X\" } ] data = [ ] } { size = \"one\" } ] } }",
        "is_integer()", "[Context] geometry pCubeShape1\n[Context] stream 0\n[Context] key data\n"},

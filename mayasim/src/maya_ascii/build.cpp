@@ -809,7 +809,7 @@ void Build::shading() {
     FileNode& shape = _f.nodes[i];
     if (shape.type.kind != Kind::Mesh || !shape.node->mesh)
       continue;
-    size_t instances = all_paths_to(shape.node).size();
+    size_t instances = count_paths_to(shape.node);
     for (int c : _f.outgoing[i]) {
       const Connection& con = _f.connections[size_t(c)];
       const FileNode& group = _f.nodes[size_t(con.destination.node)];

@@ -27,8 +27,11 @@ bool load_maya_ascii_text(const char* text, size_t size, const std::string& name
   result.warnings = file.warnings;
   for (const auto& p : file.mesh_problems) {
     MayaAsciiResult::MeshProblem problem{p.shape->name, {}, p.problem};
-    for (const Path& path : all_paths_to(p.shape))
-      problem.paths.push_back(full_path_name(path));
+    // A heavily instanced shape has thousands of paths: the first few are
+    // enough to recognise it in the export's log.
+    std::vector<Path> paths = all_paths_to(p.shape);
+    for (size_t i = 0; i < paths.size() && i < 64; ++i)
+      problem.paths.push_back(full_path_name(paths[i]));
     result.mesh_problems.push_back(problem);
   }
   result.nodes = scene().nodes.size();
