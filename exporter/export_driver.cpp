@@ -8,6 +8,7 @@
 #include "foundation/memory/memory_globals.h"
 #include "foundation/memory/trace_allocator.h"
 #include "scene/document_writer.h"
+#include "scene/scene_check.h"
 #include "scene/scene_database.h"
 
 #include <maya/MAnimControl.h>
@@ -20,6 +21,8 @@
 #include <maya/MPlug.h>
 #include <maya/MString.h>
 #include <maya/MTime.h>
+
+#include <stdio.h>
 
 using namespace foundation;
 
@@ -128,10 +131,23 @@ namespace {
 // text is printed, so that the text's memory can be the database's.
 bool capture_document(ExporterContext& context, DynamicConfigValue& document) {
   ExportSettings& settings = *context.settings;
-  settings.start_time = float(MAnimControl::minTime().asUnits(MTime::kSeconds));
-  settings.end_time = float(MAnimControl::maxTime().asUnits(MTime::kSeconds));
+  double start = MAnimControl::minTime().asUnits(MTime::kSeconds);
+  double end = MAnimControl::maxTime().asUnits(MTime::kSeconds);
+  settings.start_time = float(start);
+  settings.end_time = float(end);
   settings.has_time_range = settings.end_time > settings.start_time;
   settings.samples_per_second = 30;
+  double samples = animation_samples(start, end, settings.samples_per_second);
+  if (samples > double(MAX_ANIMATION_SAMPLES)) {
+    char line[512];
+    snprintf(line, sizeof(line),
+             "The playback range, %g s to %g s, takes %.0f samples at %u a second; the most an export takes is "
+             "%u (%.1f hours). Set a shorter playback range.\n",
+             start, end, samples, settings.samples_per_second, MAX_ANIMATION_SAMPLES,
+             (MAX_ANIMATION_SAMPLES - 1) / double(settings.samples_per_second) / 3600.0);
+    append_log(context, line);
+    return false;
+  }
 
   Allocator& allocator = *context.allocator;
   SceneDatabase database(allocator);
@@ -175,6 +191,19 @@ bool capture_document(ExporterContext& context, DynamicConfigValue& document) {
   append_log(context, "Serializing SceneTree\n");
   append_log(context, " - SceneDatabase -> DynamicConfigValue\n");
   show_log(context);
+  // The text has no way to write an infinity or NaN: a document holding
+  // one would be read by no reader, so the export stops here instead.
+  String place(allocator);
+  float value = 0;
+  if (!find_non_finite(database, place, value)) {
+    char line[1400];
+    snprintf(line, sizeof(line),
+             "Cannot write %s: it is %g, which a 32-bit float cannot hold as a number. Check the values, keys and "
+             "unit conversions that give it (a float reaches about 3.4e38).\n",
+             place.c_str(), double(value));
+    append_log(context, line);
+    return false;
+  }
   write_scene_document(database, document);
   return true;
 }

@@ -14,6 +14,13 @@ ExporterContext::ExporterContext(Allocator& a, ExportSettings& s)
 
 ExporterContext::~ExporterContext() { allocator->make_delete(selection); }
 
+double animation_samples(double start, double end, uint32_t per_second) {
+  double seconds = end - start;
+  if (!(seconds - seconds == 0.0))
+    return 1e300;
+  return seconds > 0 ? seconds * double(per_second) + 1.0 : 1.0;
+}
+
 float internal_unit_in_metres() {
   return float(MDistance(1.0, MDistance::internalUnit()).as(MDistance::kMeters));
 }

@@ -40,6 +40,17 @@ struct ExportSettings {
         start_time(0.0f), end_time(0.0f), samples_per_second(0) {}
 };
 
+// The most samples one animation may take: a million, some nine hours at
+// thirty a second. A longer playback range (a slip of the keyboard, or a
+// range of ±1e30 frames) would sample until memory runs out, or for ever
+// once the time no longer changes by a step; the export refuses it.
+const uint32_t MAX_ANIMATION_SAMPLES = 1000000;
+
+// How many samples the range from `start` to `end` seconds takes at
+// `per_second` (as the sampling counts them); more than any limit for a
+// range that is not finite.
+double animation_samples(double start, double end, uint32_t per_second);
+
 // Told as each stage of the driver ends, for measuring an export (the
 // plug-in has none). `text_bytes` is the length of the text once printed.
 enum ExportStage { STAGE_CAPTURED, STAGE_DOCUMENT_BUILT, STAGE_TEXT_PRINTED, STAGE_WRITTEN };

@@ -184,10 +184,120 @@ private:
 
 } // namespace
 
+namespace {
+
+// The first of `n` floats that is not finite, or -1.
+int64_t first_non_finite(const float* values, uint64_t n) {
+  for (uint64_t i = 0; i < n; ++i)
+    if (!(values[i] - values[i] == 0.0f))
+      return int64_t(i);
+  return -1;
+}
+
+// The same over a stream's bytes, which need not be aligned for floats.
+int64_t first_non_finite(const Vector<uint8_t>& bytes) {
+  uint64_t n = bytes.size() / 4;
+  for (uint64_t i = 0; i < n; ++i) {
+    float f;
+    memcpy(&f, bytes.data() + 4 * i, 4);
+    if (!(f - f == 0.0f))
+      return int64_t(i);
+  }
+  return -1;
+}
+
+float float_at(const Vector<uint8_t>& bytes, int64_t i) {
+  float f;
+  memcpy(&f, bytes.data() + 4 * size_t(i), 4);
+  return f;
+}
+
+// The element a float of a stream belongs to.
+uint64_t element_of(const GeometryStream& s, int64_t float_index) {
+  return s.stride ? uint64_t(float_index) * 4 / s.stride : 0;
+}
+
+const char* stream_name(const GeometryStream& s) { return s.channels.empty() ? "(no channels)" : s.channels[0].name.c_str(); }
+
+} // namespace
+
+bool find_non_finite(const SceneDatabase& database, String& place, float& value) {
+  char text[1024];
+  for (auto it = database.nodes.begin(); it != database.nodes.end(); ++it) {
+    int64_t i = first_non_finite(it.value().local, 16);
+    if (i >= 0) {
+      snprintf(text, sizeof(text), "node %s: local matrix, value %lld", it.key().c_str(), (long long)i);
+      place = text;
+      value = it.value().local[i];
+      return false;
+    }
+  }
+  for (const SceneAnimation& a : database.animations) {
+    int64_t i = first_non_finite(a.stream.data);
+    if (i >= 0) {
+      uint64_t sample = element_of(a.stream, i);
+      snprintf(text, sizeof(text), "node %s: animation of %s, sample %llu (time %g), value %llu", a.node.c_str(),
+               a.parameter.c_str(), (unsigned long long)sample,
+               sample < a.times.size() ? double(a.times[uint32_t(sample)]) : 0.0,
+               (unsigned long long)(uint64_t(i) - sample * a.stream.stride / 4));
+      place = text;
+      value = float_at(a.stream.data, i);
+      return false;
+    }
+    i = first_non_finite(a.times.data(), a.times.size());
+    if (i >= 0) {
+      snprintf(text, sizeof(text), "node %s: animation of %s, time of sample %lld", a.node.c_str(),
+               a.parameter.c_str(), (long long)i);
+      place = text;
+      value = a.times[uint32_t(i)];
+      return false;
+    }
+  }
+  for (auto it = database.geometries.begin(); it != database.geometries.end(); ++it) {
+    for (const GeometryStream& s : it.value().streams) {
+      int64_t i = first_non_finite(s.data);
+      if (i >= 0) {
+        snprintf(text, sizeof(text), "geometry %s: stream %s, element %llu", it.key().c_str(), stream_name(s),
+                 (unsigned long long)element_of(s, i));
+        place = text;
+        value = float_at(s.data, i);
+        return false;
+      }
+    }
+  }
+  for (auto it = database.skins.begin(); it != database.skins.end(); ++it) {
+    const SceneSkin& skin = it.value();
+    int64_t i = first_non_finite(skin.bind_matrix, 16);
+    if (i >= 0) {
+      snprintf(text, sizeof(text), "skin %s: bind matrix", it.key().c_str());
+      place = text;
+      value = skin.bind_matrix[i];
+      return false;
+    }
+    for (const SkinJoint& j : skin.joints) {
+      i = first_non_finite(j.inv_bind_matrix, 16);
+      if (i >= 0) {
+        snprintf(text, sizeof(text), "skin %s: joint %s's inverse bind matrix", it.key().c_str(), j.name.c_str());
+        place = text;
+        value = j.inv_bind_matrix[i];
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
 bool check_scene(const SceneDatabase& database, Vector<String>& problems, Vector<String>* warnings) {
   uint32_t before = problems.size();
   Checker checker(database, problems);
   checker.run();
+  String place(problems.allocator());
+  float value = 0;
+  if (!find_non_finite(database, place, value)) {
+    char line[1200];
+    snprintf(line, sizeof(line), "%s: %g is not a finite number", place.c_str(), double(value));
+    problems.push_back_default() = line;
+  }
   if (warnings) {
     for (auto it = database.skins.begin(); it != database.skins.end(); ++it) {
       const Vector<SkinJoint>& joints = it.value().joints;

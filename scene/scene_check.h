@@ -10,7 +10,7 @@
 // its stream's size, and `size` is a multiple of three; material primitives
 // are below the triangle count; following children from the roots reaches
 // every node exactly once; animations name existing nodes and have one time
-// per sample.
+// per sample; every float is finite.
 #pragma once
 
 #include "scene/scene_database.h"
@@ -22,5 +22,15 @@ namespace twi {
 // is given: a skin whose joints are not nodes of the document (their nodes
 // were not exported).
 bool check_scene(const SceneDatabase& database, Vector<String>& problems, Vector<String>* warnings = nullptr);
+
+// Whether every float of the database is finite: the text format has no
+// way to write an infinity or NaN, so a document holding one is read by no
+// reader. When one is not, `place` says where, as
+//   "node arm: local matrix, value 12"
+//   "node arm: animation of matrix, sample 3 (time 0.125), value 12"
+//   "geometry body: stream POSITION, element 7"
+//   "skin body: joint arm's inverse bind matrix"
+// (streams by their first channel's name) and `value` is the value.
+bool find_non_finite(const SceneDatabase& database, String& place, float& value);
 
 } // namespace twi

@@ -2,6 +2,7 @@
 
 #include "foundation/memory/memory_globals.h"
 #include "scene/scene_check.h"
+#include "tool_io.h"
 
 #include <stdarg.h>
 #include <stdio.h>
@@ -19,7 +20,7 @@ void append_line(std::string& out, const char* format, ...) {
   va_start(args, format);
   vsnprintf(line, sizeof(line), format, args);
   va_end(args);
-  out += line;
+  out += terminal_text(line);
   out += '\n';
 }
 

@@ -73,4 +73,20 @@ bool write_all(const char* path, const void* bytes, uint32_t size) {
 
 bool write_all(const char* path, const Vector<char>& text) { return write_all(path, text.data(), text.size()); }
 
+std::string terminal_text(const char* text) {
+  static const char HEX[] = "0123456789abcdef";
+  std::string out;
+  for (const char* p = text; *p; ++p) {
+    unsigned char c = (unsigned char)*p;
+    if (c < 0x20 || c == 0x7F) {
+      out += "\\x";
+      out += HEX[c >> 4];
+      out += HEX[c & 15];
+    } else {
+      out += char(c);
+    }
+  }
+  return out;
+}
+
 } // namespace tools

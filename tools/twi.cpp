@@ -93,8 +93,8 @@ bool load_document(const char* path, DynamicConfigValue& out) {
     return false;
   simplified_json::ParseError error;
   if (!simplified_json::try_parse_untrusted(text.data(), text.size(), out, &error)) {
-    fprintf(stderr, "%s:%d: %s\n%s\n", strcmp(path, "-") == 0 ? "<stdin>" : path, error.line, error.message,
-            error.excerpt);
+    fprintf(stderr, "%s:%d: %s\n%s\n", strcmp(path, "-") == 0 ? "<stdin>" : path, error.line,
+            tools::terminal_text(error.message).c_str(), tools::terminal_text(error.excerpt).c_str());
     return false;
   }
   return true;
@@ -143,7 +143,7 @@ int run_json(int argc, char** argv) {
 
 void print_problems(const char* path, const Vector<String>& problems) {
   for (const String& p : problems)
-    fprintf(stderr, "%s: %s\n", path, p.c_str());
+    fprintf(stderr, "%s: %s\n", path, tools::terminal_text(p.c_str()).c_str());
 }
 
 // Reads, parses, checks the shape of and reads a twi document; prints where
@@ -172,7 +172,7 @@ int run_check(int argc, char** argv) {
   Vector<String> warnings(memory_globals::default_allocator());
   bool valid = twi::check_scene(db, problems, &warnings);
   for (const String& w : warnings)
-    fprintf(stderr, "%s: warning: %s\n", path, w.c_str());
+    fprintf(stderr, "%s: warning: %s\n", path, tools::terminal_text(w.c_str()).c_str());
   if (valid) {
     printf("ok\n");
     return 0;
@@ -191,29 +191,34 @@ int run_info(int argc, char** argv) {
   twi::SceneDatabase db(memory_globals::default_allocator());
   if (!load_scene(path, db))
     return 1;
-  printf("source path: %s\n", db.source_path.c_str());
+  using tools::terminal_text;
+  printf("source path: %s\n", terminal_text(db.source_path.c_str()).c_str());
   printf("nodes: %u (%u root%s)\n", db.nodes.size(), db.roots.size(), db.roots.size() == 1 ? "" : "s");
   printf("geometries: %u\n", db.geometries.size());
   for (auto it = db.geometries.begin(); it != db.geometries.end(); ++it) {
     const twi::SceneGeometry& g = it.value();
     uint32_t vertices = g.streams.empty() ? 0 : g.streams[0].size;
-    printf("  %s: %u vertices, %u triangles, %u material%s, streams:", it.key().c_str(), vertices,
+    printf("  %s: %u vertices, %u triangles, %u material%s, streams:", terminal_text(it.key().c_str()).c_str(),
+           vertices,
            g.indices.size / 3, g.materials.size(), g.materials.size() == 1 ? "" : "s");
     for (const twi::GeometryStream& s : g.streams) {
       for (const twi::StreamChannel& c : s.channels)
-        printf(" %s%s", c.name.c_str(), c.index ? ("[" + std::to_string(c.index) + "]").c_str() : "");
+        printf(" %s%s", terminal_text(c.name.c_str()).c_str(),
+               c.index ? ("[" + std::to_string(c.index) + "]").c_str() : "");
     }
     if (!g.skin.is_empty_text())
-      printf(" (skin %s)", g.skin.c_str());
+      printf(" (skin %s)", terminal_text(g.skin.c_str()).c_str());
     printf("\n");
   }
   printf("skins: %u\n", db.skins.size());
   for (auto it = db.skins.begin(); it != db.skins.end(); ++it)
-    printf("  %s: %u joint%s\n", it.key().c_str(), it.value().joints.size(), it.value().joints.size() == 1 ? "" : "s");
+    printf("  %s: %u joint%s\n", terminal_text(it.key().c_str()).c_str(), it.value().joints.size(),
+           it.value().joints.size() == 1 ? "" : "s");
   printf("animations: %u\n", db.animations.size());
   for (const twi::SceneAnimation& a : db.animations) {
     float duration = a.times.empty() ? 0.0f : a.times.back();
-    printf("  %s.%s: %u samples over %g s\n", a.node.c_str(), a.parameter.c_str(), a.stream.size, double(duration));
+    printf("  %s.%s: %u samples over %g s\n", terminal_text(a.node.c_str()).c_str(),
+           terminal_text(a.parameter.c_str()).c_str(), a.stream.size, double(duration));
   }
   return 0;
 }

@@ -423,6 +423,20 @@ bool names_path(const std::string& text, const std::vector<std::string>& paths) 
   return false;
 }
 
+// The export samples 30 times a second: a range is refused before it is
+// sampled when it would take more samples than any scene needs (the
+// plug-in refuses it as well). Frames are in the scene's time unit.
+bool range_too_long(const char* what, double start, double end) {
+  fflush(stdout);
+  double seconds = (end - start) * MTime(1.0, MTime::uiUnit()).as(MTime::kSeconds);
+  double samples = seconds - seconds == 0.0 ? seconds * 30.0 + 1.0 : HUGE_VAL;
+  if (samples <= double(MAX_SAMPLES))
+    return false;
+  fprintf(stderr, "twi-export: %s %g:%g is %g seconds, %.0f samples at 30 a second; the most is %u (%.1f hours)\n",
+          what, start, end, seconds, samples, MAX_SAMPLES, (MAX_SAMPLES - 1) / 30.0 / 3600.0);
+  return true;
+}
+
 int export_scene(const Options& o, foundation::ConsoleServer* console) {
   mayasim::MayaAsciiResult loaded;
   if (int status = load_scene(o, loaded))
@@ -445,18 +459,19 @@ int export_scene(const Options& o, foundation::ConsoleServer* console) {
     mayasim::builder::set_playback_range(start / per_frame, end / per_frame);
   }
   if (o.has_range) {
-    // The export samples 30 times a second: a range is refused before it is
-    // sampled when it would take more samples than any scene needs.
-    double seconds = (o.range_end - o.range_start) * MTime(1.0, MTime::uiUnit()).as(MTime::kSeconds);
-    double samples = seconds * 30.0 + 1.0;
-    if (samples > double(MAX_SAMPLES)) {
-      fprintf(stderr,
-              "twi-export: --range %g:%g is %.0f seconds, %.0f samples at 30 a second; the most is %u "
-              "(%.1f hours)\n",
-              o.range_start, o.range_end, seconds, samples, MAX_SAMPLES, (MAX_SAMPLES - 1) / 30.0 / 3600.0);
+    if (range_too_long("--range", o.range_start, o.range_end))
       return 2;
-    }
     mayasim::builder::set_playback_range(o.range_start, o.range_end);
+  } else {
+    // The scene's own range, by the same rule: the plug-in would refuse it
+    // too, and the reason is best given with what to do here.
+    double per = MTime(1.0, MTime::uiUnit()).as(MTime::kSeconds);
+    std::string what = o.scene + "'s playback range";
+    if (range_too_long(what.c_str(), MAnimControl::minTime().as(MTime::kSeconds) / per,
+                       MAnimControl::maxTime().as(MTime::kSeconds) / per)) {
+      fprintf(stderr, "twi-export: give a shorter one with --range START:END\n");
+      return 1;
+    }
   }
   std::vector<MObject> selection;
   for (const std::string& name : o.select) {

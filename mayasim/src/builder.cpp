@@ -425,8 +425,12 @@ MObject skin_cluster(const std::string& name, const MObject& transform_node, con
     skin->matrices["bindPreMatrix"][int(logical)] = bind.inverse();
     skin->matrices["matrix"][int(logical)] = bind;
   }
-  skin->skin->weights = weights;
-  skin->skin->weights.resize(output->mesh->points.size());
+  std::vector<std::vector<SkinData::Weight>>& sparse = skin->skin->weights;
+  sparse.resize(output->mesh->points.size());
+  for (size_t v = 0; v < weights.size() && v < sparse.size(); ++v)
+    for (size_t j = 0; j < weights[v].size() && j < joints.size(); ++j)
+      if (weights[v][j] != 0.0)
+        sparse[v].push_back(SkinData::Weight{unsigned(j), weights[v][j]});
   return MObject(skin);
 }
 

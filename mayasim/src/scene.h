@@ -20,6 +20,7 @@
 #include <maya/MTime.h>
 
 #include <map>
+#include <unordered_map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -114,7 +115,17 @@ struct SkinData {
     unsigned int logical_index;
   };
   std::vector<Influence> influences;
-  std::vector<std::vector<double>> weights; // per vertex, per influence (in influence order)
+  // Per vertex, its non-zero weights by influence position, in influence
+  // order: sparse, since a skin of thousands of joints gives each vertex a
+  // few.
+  struct Weight {
+    unsigned influence;
+    double value;
+  };
+  std::vector<std::vector<Weight>> weights;
+  // The influences' positions by joint, made on the first lookup.
+  std::unordered_map<const struct Node*, size_t> position_of_joint;
+  size_t positions_made_for = 0; // the number of influences they were made for
 };
 
 // What makes a transform's (or joint's) local matrix, in the API's units:

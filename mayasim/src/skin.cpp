@@ -375,12 +375,20 @@ unsigned int MFnSkinCluster::influenceObjects(MDagPathArray& paths, MStatus* Ret
 unsigned int MFnSkinCluster::indexForInfluenceObject(const MDagPath& influence, MStatus* ReturnStatus) const {
   SkinData* s = skin_of(_object);
   const Path& p = path_of(influence.internal());
-  if (s && !p.empty() && !should_fail("MFnSkinCluster::indexForInfluenceObject"))
-    for (const SkinData::Influence& i : s->influences)
-      if (i.joint == p.back()) {
-        set_status(ReturnStatus, MS::kSuccess);
-        return i.logical_index;
-      }
+  if (s && !p.empty() && !should_fail("MFnSkinCluster::indexForInfluenceObject")) {
+    // A lookup per influence: by joint, not by a walk of the list.
+    if (s->positions_made_for != s->influences.size()) {
+      s->position_of_joint.clear();
+      for (size_t i = s->influences.size(); i-- > 0;)
+        s->position_of_joint[s->influences[i].joint] = i; // the first of a joint listed twice
+      s->positions_made_for = s->influences.size();
+    }
+    auto found = s->position_of_joint.find(p.back());
+    if (found != s->position_of_joint.end()) {
+      set_status(ReturnStatus, MS::kSuccess);
+      return s->influences[found->second].logical_index;
+    }
+  }
   set_status(ReturnStatus, MS::kInvalidParameter);
   return 0;
 }
@@ -424,11 +432,14 @@ MStatus MFnSkinCluster::getWeights(const MDagPath& path, const MObject& componen
     return MS::kFailure;
   if (!weight_vertices(s, path, components, vertices))
     return MS::kInvalidParameter;
-  weights.clear();
   influenceCount = unsigned(s->influences.size());
-  for (int v : vertices)
-    for (size_t i = 0; i < s->influences.size(); ++i)
-      weights.append(i < s->weights[size_t(v)].size() ? s->weights[size_t(v)][i] : 0.0);
+  weights.setLength(unsigned(vertices.size() * s->influences.size()));
+  for (unsigned i = 0; i < weights.length(); ++i)
+    weights[i] = 0.0;
+  for (size_t k = 0; k < vertices.size(); ++k)
+    for (const SkinData::Weight& w : s->weights[size_t(vertices[k])])
+      if (w.influence < influenceCount)
+        weights[unsigned(k * influenceCount + w.influence)] = w.value;
   return MS::kSuccess;
 }
 MStatus MFnSkinCluster::getWeights(const MDagPath& path, const MObject& components, unsigned int influenceIndex,
@@ -440,8 +451,13 @@ MStatus MFnSkinCluster::getWeights(const MDagPath& path, const MObject& componen
   if (influenceIndex >= s->influences.size() || !weight_vertices(s, path, components, vertices))
     return MS::kInvalidParameter;
   weights.clear();
-  for (int v : vertices)
-    weights.append(influenceIndex < s->weights[size_t(v)].size() ? s->weights[size_t(v)][influenceIndex] : 0.0);
+  for (int v : vertices) {
+    double value = 0.0;
+    for (const SkinData::Weight& w : s->weights[size_t(v)])
+      if (w.influence == influenceIndex)
+        value = w.value;
+    weights.append(value);
+  }
   return MS::kSuccess;
 }
 

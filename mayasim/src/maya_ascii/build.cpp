@@ -10,6 +10,7 @@
 #include <cstring>
 #include <cmath>
 #include <set>
+#include <unordered_map>
 #include <sstream>
 
 namespace mayasim {
@@ -85,7 +86,7 @@ bool paint(const VertexColors& colors, StoredMesh& m, std::string& problem) {
     if (s.second.name == colors.set_name)
       set = s.first;
   if (set < 0) {
-    set = m.color_sets.empty() ? 0 : m.color_sets.rbegin()->first + 1;
+    set = next_set_index(m.color_sets);
     m.color_sets[set].name = colors.set_name;
   }
   StoredMesh::ColorSet& target = m.color_sets[set];
@@ -656,30 +657,56 @@ void Build::skins() {
     for (const SkinData::Geometry& g : data->geometries)
       if (g.input_shape->mesh)
         vertices = std::max(vertices, g.input_shape->mesh->points.size());
-    std::vector<int> position_of;
-    for (size_t k = 0; k < data->influences.size(); ++k) {
-      unsigned logical = data->influences[k].logical_index;
-      if (position_of.size() <= logical)
-        position_of.resize(logical + 1, -1);
-      position_of[logical] = int(k);
-    }
+    // Logical indices are sparse (any up to 2^31 - 1): looked up, never
+    // used to size an array.
+    std::unordered_map<int, unsigned> position_of;
+    for (size_t k = 0; k < data->influences.size(); ++k)
+      position_of[int(data->influences[k].logical_index)] = unsigned(k);
     std::set<int> unknown;
-    data->weights.assign(vertices, std::vector<double>(data->influences.size(), 0.0));
+    data->weights.assign(vertices, {});
     const auto& file_weights = n.skin->weights;
     if (file_weights.size() > vertices && vertices > 0)
       warn(n.node->name + ": it has weights for " + std::to_string(file_weights.size()) + " vertices, its mesh " +
            std::to_string(vertices) + "; the rest are ignored.");
-    for (size_t v = 0; v < file_weights.size() && v < vertices; ++v)
+    for (size_t v = 0; v < file_weights.size() && v < vertices; ++v) {
+      std::vector<SkinData::Weight>& out = data->weights[v];
       for (const auto& w : file_weights[v]) {
-        if (w.first < 0 || size_t(w.first) >= position_of.size() || position_of[size_t(w.first)] < 0) {
+        auto p = position_of.find(w.first);
+        if (p == position_of.end()) {
           unknown.insert(w.first);
           continue;
         }
-        data->weights[v][size_t(position_of[size_t(w.first)])] = w.second;
+        out.push_back(SkinData::Weight{p->second, w.second});
       }
-    for (int u : unknown)
-      warn(n.node->name + ": weights for influence " + std::to_string(u) +
+      // In influence order; of a weight given twice, the last counts, and
+      // zeros are no weights.
+      std::stable_sort(out.begin(), out.end(), [](const SkinData::Weight& a, const SkinData::Weight& b) {
+        return a.influence < b.influence;
+      });
+      size_t kept = 0;
+      for (size_t k = 0; k < out.size(); ++k) {
+        if (k + 1 < out.size() && out[k + 1].influence == out[k].influence)
+          continue;
+        if (out[k].value != 0.0)
+          out[kept++] = out[k];
+      }
+      out.resize(kept);
+    }
+    if (!unknown.empty()) {
+      // One warning, however many: a few of the indices, and how many more.
+      std::string which;
+      size_t shown = 0;
+      for (int u : unknown) {
+        if (shown == 5)
+          break;
+        which += (shown ? ", " : "") + std::to_string(u);
+        ++shown;
+      }
+      if (unknown.size() > shown)
+        which += " and " + std::to_string(unknown.size() - shown) + " more";
+      warn(n.node->name + ": weights for influence" + (unknown.size() > 1 ? "s " : " ") + which +
            ", which no joint is connected to, are ignored.");
+    }
     for (const SkinData::Influence& inf : data->influences) {
       int logical = int(inf.logical_index);
       auto pm = n.skin->bind_pre_matrices.find(logical);
@@ -761,6 +788,9 @@ bool Build::faces_of(int shape, int instance, int group, std::vector<int>& faces
     }
   }
   int count = int(n.node->mesh->polygons.size());
+  // Each face once, however often the list names it ("f[*]" given a
+  // hundred times is every face, once): the ranges are merged first.
+  std::vector<std::pair<int, int>> ranges;
   for (const std::string& c : components) {
     if (c.size() < 4 || c.compare(0, 2, "f[") != 0 || c.back() != ']')
       continue;
@@ -782,8 +812,14 @@ bool Build::faces_of(int shape, int instance, int group, std::vector<int>& faces
         continue;
       }
     }
-    for (int f = first; f <= last; ++f)
+    ranges.emplace_back(first, last);
+  }
+  std::sort(ranges.begin(), ranges.end());
+  int next = 0; // the first face not yet taken
+  for (const auto& r : ranges) {
+    for (int f = std::max(r.first, next); f <= r.second; ++f)
       faces.push_back(f);
+    next = std::max(next, r.second + 1);
   }
   return true;
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <stdint.h>
+#include <stdio.h>
 
 namespace mayasim {
 namespace maya_ascii {
@@ -70,15 +71,28 @@ bool whole(double v, int lo, int hi, const char* what, int& out, std::string& pr
   return true;
 }
 
-// The most points a creator builds: settings beyond it (a few bytes in a
-// file) would otherwise ask for any amount of memory.
-const double MAX_POINTS = 16e6;
+// A creator's settings are a few bytes of a file, and its mesh can be of
+// any size: mayasim builds it only when exporting it would fit in memory.
+// An export takes some 460 bytes per face corner, all told (the mesh, the
+// exporter's streams, the document tree and its text; bench_export
+// measures it per face); a corner is counted as 512. The budget is 8 GB,
+// 1 GB in a 32-bit process, whose address space holds little more.
+const double EXPORT_BYTES_PER_CORNER = 512;
+const double EXPORT_BUDGET_BYTES = sizeof(void*) >= 8 ? 8.0 * (1 << 30) : 1.0 * (1 << 30);
 
-bool within_budget(double points, std::string& problem) {
-  if (points <= MAX_POINTS)
+std::string gigabytes(double bytes) {
+  char text[32];
+  snprintf(text, sizeof(text), "%.1f GB", bytes / double(1 << 30));
+  return text;
+}
+
+bool within_budget(double corners, std::string& problem) {
+  double bytes = corners * EXPORT_BYTES_PER_CORNER;
+  if (bytes <= EXPORT_BUDGET_BYTES)
     return true;
-  problem = "its subdivisions make " + std::to_string(int64_t(points)) + " points; mayasim builds at most " +
-            std::to_string(int64_t(MAX_POINTS));
+  problem = "its subdivisions make " + std::to_string(int64_t(corners)) + " face corners, which would take about " +
+            gigabytes(bytes) + " to export; mayasim builds a creator's mesh when its export takes at most " +
+            gigabytes(EXPORT_BUDGET_BYTES) + ": lower its subdivisions";
   return false;
 }
 
@@ -95,7 +109,7 @@ bool cube(const FileNode& n, StoredMesh& out, std::string& problem) {
     return false;
   int lines = 2 * sh + 2 * sd;
   int row = sw + 1;
-  if (!within_budget(double(lines) * row + 2.0 * (sh - 1) * (sd - 1), problem))
+  if (!within_budget(8.0 * (double(sw) * sh + double(sh) * sd + double(sw) * sd), problem))
     return false;
   // A band line's place: its (y, z) position and its distance along the
   // unfolded band (for UVs).
@@ -256,7 +270,7 @@ bool plane(const FileNode& n, StoredMesh& out, std::string& problem) {
       !whole(setting(n, "sh", 10), 1, 65536, "height subdivisions", sh, problem) ||
       !whole(setting(n, "cuv", 1), 0, 2, "UV setting", cuv, problem))
     return false;
-  if (!within_budget(double(sw + 1) * (sh + 1), problem))
+  if (!within_budget(4.0 * sw * sh, problem))
     return false;
   int row = sw + 1;
   std::vector<double> points, uvs;
@@ -296,7 +310,7 @@ bool sphere(const FileNode& n, StoredMesh& out, std::string& problem) {
       !whole(setting(n, "sh", 20), 2, 65536, "height subdivisions", sh, problem) ||
       !whole(setting(n, "cuv", 2), 0, 2, "UV setting", cuv, problem))
     return false;
-  if (!within_budget(double(sa) * (sh + 1), problem))
+  if (!within_budget(4.0 * sa * sh, problem))
     return false;
   std::vector<double> points;
   // Point i of a ring is a step round from the +x axis, (i + 1) / sa of a
@@ -366,7 +380,7 @@ bool cylinder(const FileNode& n, StoredMesh& out, std::string& problem) {
     problem = "it has round caps, which mayasim does not build";
     return false;
   }
-  if (!within_budget(double(sa) * (sh + 3), problem))
+  if (!within_budget(4.0 * sa * sh + 6.0 * sa, problem))
     return false;
   std::vector<double> points;
   auto angle = [&](int i) { return 2 * PI * (i + 1) / sa; };

@@ -58,6 +58,24 @@ struct StoredMesh {
   bool has_geometry = false; // vt, ed or fc given
 };
 
+// The index a set added to `sets` (UV or colour sets by index) takes: one
+// past the last, or the lowest free one when the last is the largest index
+// a multi-attribute has.
+template <typename SetMap>
+int next_set_index(const SetMap& sets) {
+  if (sets.empty())
+    return 0;
+  if (int64_t(sets.rbegin()->first) < MAX_INDEX)
+    return sets.rbegin()->first + 1;
+  int free = 0;
+  for (const auto& s : sets) {
+    if (s.first != free)
+      break;
+    ++free;
+  }
+  return free;
+}
+
 struct CurveKeys {
   std::vector<double> times, values; // ktv, in the file's units
   std::vector<int> in_types, out_types; // -1: not given (the curve's tan)

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstring>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <map>
 #include <set>
@@ -22,14 +23,14 @@ const double RADIANS_PER_DEGREE = 0.017453292519943295;
 const double NOT_GIVEN = std::numeric_limits<double>::quiet_NaN();
 
 // A number as MEL writes one, or a boolean word (yes/on/true, no/off/false).
+// A number as Maya writes it: decimal, with an exponent or not, or a
+// boolean word. Only finite numbers: from_chars also reads "inf", "nan"
+// and "infinity", which no Maya file holds and no reader of the export
+// accepts.
 bool parse_number(std::string_view t, double& v) {
   if (t.empty())
     return false;
   char c = t[0];
-  if ((c >= '0' && c <= '9') || c == '-' || c == '.') {
-    auto r = std::from_chars(t.data(), t.data() + t.size(), v);
-    return r.ec == std::errc() && r.ptr == t.data() + t.size();
-  }
   if (t == "yes" || t == "on" || t == "true") {
     v = 1;
     return true;
@@ -38,13 +39,24 @@ bool parse_number(std::string_view t, double& v) {
     v = 0;
     return true;
   }
-  if (c == '+' && t.size() > 1) {
+  if (c == '+' && t.size() > 1)
     t.remove_prefix(1);
-    auto r = std::from_chars(t.data(), t.data() + t.size(), v);
-    return r.ec == std::errc() && r.ptr == t.data() + t.size();
+  auto r = std::from_chars(t.data(), t.data() + t.size(), v);
+  return r.ec == std::errc() && r.ptr == t.data() + t.size() && v - v == 0.0;
+}
+
+// Why a word is not a number, for the message.
+std::string not_a_number(std::string_view t) {
+  double v;
+  std::string_view digits = !t.empty() && t[0] == '+' ? t.substr(1) : t;
+  auto r = std::from_chars(digits.data(), digits.data() + digits.size(), v);
+  if (r.ptr == digits.data() + digits.size() && !digits.empty()) {
+    if (r.ec == std::errc::result_out_of_range)
+      return "the number \"" + std::string(t.substr(0, 40)) + "\" is beyond the range of a double";
+    if (r.ec == std::errc())
+      return "expected a finite number, found \"" + std::string(t.substr(0, 40)) + "\"";
   }
-  auto r = std::from_chars(t.data(), t.data() + t.size(), v); // "inf", "nan"
-  return r.ec == std::errc() && r.ptr == t.data() + t.size();
+  return "expected a number, found \"" + std::string(t.substr(0, 40)) + "\"";
 }
 
 std::string_view without_root(std::string_view s) {
@@ -53,16 +65,23 @@ std::string_view without_root(std::string_view s) {
   return s;
 }
 
-std::string quoted(std::string_view s) { return "\"" + std::string(s) + "\""; }
+std::string quoted(std::string_view s) { return "\"" + escape_controls(s) + "\""; }
 
 // The most paths from the world one node may have. Instances multiply
 // paths (a chain of nodes each instanced twice doubles them at every level),
 // and every walk of the DAG visits each path.
 const double MAX_INSTANCE_PATHS = 65536;
 
+// The dense arrays' budget: this much, and this many bytes for each byte
+// of the file (a value of two characters, "0 ", may become eight bytes,
+// and arrays given sparsely hold gaps).
+const size_t DENSE_BYTES_FREE = size_t(64) << 20;
+const size_t DENSE_BYTES_PER_BYTE = 16;
+
 class Runner {
 public:
-  Runner(const char* text, size_t size, FileScene& f) : _lex(text, size), _f(f), _size(size) {
+  Runner(const char* text, size_t size, FileScene& f)
+      : _lex(text, size), _f(f), _size(size), _dense_left(DENSE_BYTES_FREE + DENSE_BYTES_PER_BYTE * size) {
     _lex.set_codeset(&_codeset);
   }
   bool run(std::string& error);
@@ -88,12 +107,32 @@ private:
   // Attribute values, by the kind of node they are set on.
   bool assign(int node, const AttrPath& path, std::string_view type);
   // Room for the array an attribute's "-s" says it holds (at most what the
-  // text could fill), so that arrays given in pieces grow once.
+  // text could fill), so that arrays given in pieces grow once. Taken only
+  // while the arrays' budget allows; it is a saving, not a need.
   template <typename T>
   void reserve(std::vector<T>& v, size_t per) {
-    if (_size_hint > 0)
-      v.reserve(std::min(size_t(_size_hint), _size) * per);
+    if (_size_hint <= 0)
+      return;
+    size_t want = std::min(size_t(_size_hint), _size) * per;
+    if (want <= v.capacity() || (want - v.capacity()) * sizeof(T) > _dense_left)
+      return;
+    _dense_left -= (want - v.capacity()) * sizeof(T);
+    v.reserve(want);
   }
+  // Grows a dense array to `n` elements, new ones `fill`, within the budget
+  // all of the file's arrays share.
+  template <typename T>
+  bool grow(std::vector<T>& v, size_t n, const T& fill) {
+    if (v.size() >= n)
+      return true;
+    size_t bytes = (n - v.size()) * sizeof(T);
+    if (bytes > _dense_left)
+      return over_budget(bytes);
+    _dense_left -= bytes;
+    v.resize(n, fill);
+    return true;
+  }
+  bool over_budget(size_t bytes);
   bool transform_attr(FileNode& n, const AttrPath& p, bool& known);
   bool mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bool& known);
   bool poly_faces(StoredMesh& m, const AttrPart& range);
@@ -104,7 +143,8 @@ private:
   bool fail(const std::string& what);
   bool word(Word& w, const char* what);
   bool has_more();
-  bool numbers(double* out, int count);
+  bool numbers(double* out, int64_t count);
+  bool in_internal_units(double& v, double scale);
   bool number(double& v);
   bool integer(int& v, int lo, int hi);
   bool string_value(std::string& out);
@@ -120,6 +160,7 @@ private:
   bool too_many_paths(const Node* node);
   // Whether `ancestor` is above `node` by any of its parents.
   bool is_above(const Node* ancestor, const Node* node) const;
+  size_t parent_link(const Node* n, int instance);
   int add_node(Node* n, const std::string& type_name, NodeType t, unsigned line);
   bool parse_plug(std::string_view text, Plug& plug);
 
@@ -130,8 +171,13 @@ private:
   int _current = -1;
   int64_t _size_hint = 0;     // the current setAttr's -s
   int64_t _capacity_hint = 0; // and its -ch (face corners, for faces)
+  // What the dense arrays of all nodes together may still take: each
+  // array's index is bounded by the file's size, and this bounds their
+  // sum, so that many short sparse writes cannot add up to gigabytes.
+  size_t _dense_left;
   std::string _error;
   std::set<std::string> _skipped_commands;
+  size_t _statements = 0; // read so far
   // Scratch for resolve, kept to spare allocations; path counts per DAG
   // node, forgotten when a node is parented.
   std::vector<std::string_view> _parts;
@@ -139,9 +185,17 @@ private:
   std::unordered_map<const Node*, double> _path_counts;
 };
 
+// The message names the line the reading stopped on, the bad value's:
+// a statement can run for thousands of lines (a mesh's faces), and the one
+// it starts on would not find the value.
 bool Runner::fail(const std::string& what) {
-  if (_error.empty())
-    _error = _f.file_name + ":" + std::to_string(_lex.statement_line()) + ": " + _lex.statement_excerpt() + ": " + what;
+  if (!_error.empty())
+    return false;
+  unsigned at = std::max(_lex.line(), _lex.statement_line());
+  _error = _f.file_name + ":" + std::to_string(at) + ": " + _lex.statement_excerpt();
+  if (at != _lex.statement_line())
+    _error += " (a statement from line " + std::to_string(_lex.statement_line()) + ")";
+  _error += ": " + what;
   return false;
 }
 
@@ -166,18 +220,35 @@ bool Runner::number(double& v) {
   if (_lex.next_plain(plain)) {
     if (parse_number(plain, v))
       return true;
-    return fail("expected a number, found " + quoted(plain.substr(0, 40)));
+    return fail(not_a_number(plain));
   }
   Word w;
   if (!word(w, "a value"))
     return false;
-  if (w.quoted || !parse_number(w.text, v))
+  if (w.quoted)
     return fail("expected a number, found " + quoted(w.text.substr(0, 40)));
+  if (!parse_number(w.text, v))
+    return fail(not_a_number(w.text));
   return true;
 }
 
-bool Runner::numbers(double* out, int count) {
-  for (int i = 0; i < count; ++i)
+// A value converted from the file's unit to centimetres or radians; one
+// that becomes infinite in them (1e308 miles) is refused.
+bool Runner::in_internal_units(double& v, double scale) {
+  double converted = v * scale;
+  if (!(converted - converted == 0.0))
+  {
+    char text[64];
+    snprintf(text, sizeof(text), "%g", v);
+    return fail(std::string("the value ") + text + " is too large to hold in " +
+                (scale == _f.centimetres_per_unit ? "centimetres" : "radians"));
+  }
+  v = converted;
+  return true;
+}
+
+bool Runner::numbers(double* out, int64_t count) {
+  for (int64_t i = 0; i < count; ++i)
     if (!number(out[i]))
       return false;
   return true;
@@ -217,7 +288,7 @@ bool Runner::integer(int& v, int lo, int hi) {
     return false;
   if (!(d >= lo && d <= hi) || d != floor(d))
     return fail("expected a whole number from " + std::to_string(lo) + " to " + std::to_string(hi) + ", found " +
-                std::to_string(d));
+                quoted(w.text.substr(0, 40)));
   v = int(d);
   return true;
 }
@@ -289,6 +360,13 @@ bool Runner::component_list(std::vector<std::string>& out) {
 // Arrays are kept dense; an element's index is bounded by the size of the
 // text, so that a short malformed file cannot make the loader allocate what
 // its values could never fill.
+bool Runner::over_budget(size_t bytes) {
+  size_t total = DENSE_BYTES_FREE + DENSE_BYTES_PER_BYTE * _size;
+  return fail("the file's arrays would take " + std::to_string((total - _dense_left + bytes) >> 20) +
+              " MB together, more than the " + std::to_string(total >> 20) + " MB allowed for a file of " +
+              std::to_string(_size) + " bytes: an index lies far beyond the values the file gives");
+}
+
 bool Runner::check_index(int64_t last) {
   if (last > int64_t(_size))
     return fail("index " + std::to_string(last) + " is larger than a file of " + std::to_string(_size) +
@@ -329,11 +407,6 @@ int Runner::add_node(Node* n, const std::string& type_name, NodeType t, unsigned
   return index;
 }
 
-// A node by name, DAG path ("|group1|pCube1", or a path's tail) or with
-// the root namespace (":time1"). *instance: the number of the DAG path the
-// name gives (0 for a plain name). A node of every Maya scene that this one
-// lacks (":defaultLightSet") is made as a plain default node when
-// `create_defaults` is set.
 // The number of paths from the world to `n`: the sum of its parents'.
 // Kept per node until the DAG changes; computed without recursion (a chain
 // may be as deep as the scene).
@@ -378,32 +451,49 @@ double Runner::paths_to(const Node* n) {
 // a path is matched by walking up its names, never by listing every path.
 double Runner::match_path(const Node* n, size_t k, bool absolute, double& index) {
   std::vector<std::string_view>& parts = _parts;
-  if (k == 1) {
-    index = 0;
-    if (!absolute)
-      return paths_to(n);
-    // Directly below the world: the path's first part.
-    double offset = 0;
-    for (const Node* p : n->parents) {
-      if (p->parents.empty() && p->type == MFn::kWorld) {
-        index = offset;
-        return 1;
+  // Depth first up the parents whose names match, with a list rather than
+  // recursion (a path may name thousands of levels). `base`: the instance
+  // number the path has so far, counted from the node up to `at`.
+  struct Step {
+    const Node* at;
+    size_t k;
+    double base;
+  };
+  std::vector<Step> todo{{n, k, 0}};
+  std::vector<Step> matched;
+  double total = 0;
+  index = 0;
+  while (!todo.empty()) {
+    Step s = todo.back();
+    todo.pop_back();
+    if (s.k == 1) {
+      if (!absolute) {
+        total += paths_to(s.at);
+        index = s.base;
+        continue;
       }
+      // Directly below the world: the path's first part.
+      double offset = 0;
+      for (const Node* p : s.at->parents) {
+        if (p->parents.empty() && p->type == MFn::kWorld) {
+          total += 1;
+          index = s.base + offset;
+          break;
+        }
+        offset += paths_to(p);
+      }
+      continue;
+    }
+    // The parents in reverse, so that the first is taken first.
+    matched.clear();
+    double offset = 0;
+    for (const Node* p : s.at->parents) {
+      if (without_root(p->name) == parts[s.k - 2])
+        matched.push_back({p, s.k - 1, s.base + offset});
       offset += paths_to(p);
     }
-    return 0;
-  }
-  double total = 0, offset = 0;
-  for (const Node* p : n->parents) {
-    if (without_root(p->name) == parts[k - 2]) {
-      double sub = 0;
-      double c = match_path(p, k - 1, absolute, sub);
-      if (c > 0) {
-        total += c;
-        index = offset + sub;
-      }
-    }
-    offset += paths_to(p);
+    for (size_t i = matched.size(); i-- > 0;)
+      todo.push_back(matched[i]);
   }
   return total;
 }
@@ -427,6 +517,18 @@ bool Runner::is_above(const Node* ancestor, const Node* node) const {
       todo.push_back(p);
   }
   return false;
+}
+
+// Which of `n`'s parents the path numbered `instance` goes through: the
+// paths of its first parent come first, then those of its second.
+size_t Runner::parent_link(const Node* n, int instance) {
+  double offset = 0;
+  for (size_t j = 0; j < n->parents.size(); ++j) {
+    offset += paths_to(n->parents[j]);
+    if (double(instance) < offset)
+      return j;
+  }
+  return 0;
 }
 
 bool Runner::too_many_paths(const Node* node) {
@@ -542,6 +644,7 @@ bool Runner::run(std::string& error) {
       fail("a statement cannot start with a string");
       break;
     }
+    ++_statements;
     if (!statement(command.text))
       break;
     if (_error.empty())
@@ -552,6 +655,13 @@ bool Runner::run(std::string& error) {
   if (_error.empty() && _lex.failed())
     _error = _f.file_name + ":" + std::to_string(_lex.error_line()) + ": " + _lex.statement_excerpt() + ": " +
              _lex.error();
+  // Every file Maya saves holds statements (requires, currentUnit, ...):
+  // a file of comments only is not a scene, and loading it as an empty one
+  // would hide that nothing was read.
+  if (_error.empty() && _statements == 0)
+    _error = _f.file_name + ": no statement was read from it (only comments and blank lines, " +
+             std::to_string(_lex.line()) + " line" + (_lex.line() == 1 ? "" : "s") +
+             "): it is not a Maya ASCII scene, or its line ends are not ones a Maya file has";
   if (_lex.invalid_text_line() > 0)
     _f.warnings.push_back(_f.file_name + ":" + std::to_string(_lex.invalid_text_line()) +
                           ": text that is not valid in the file's codeset (" + _codeset.name() +
@@ -626,7 +736,7 @@ bool Runner::create_node() {
     return false;
   if (name.empty())
     name = type_name + "1";
-  if (name.find_first_of("|.[] ") != std::string::npos || without_root(name).empty())
+  if (!valid_node_name(name))
     return fail("a node cannot be named " + quoted(name));
   name = std::string(without_root(name));
 
@@ -903,7 +1013,8 @@ bool Runner::transform_attr(FileNode& n, const AttrPath& p, bool& known) {
       if (!numbers(v.values, 3))
         return false;
       for (int i = 0; i < 3; ++i)
-        v.values[i] *= v.scale;
+        if (!in_internal_units(v.values[i], v.scale))
+          return false;
       return true;
     }
     if (name.size() == strlen(v.name) + 1 && name.substr(0, name.size() - 1) == v.name) {
@@ -912,9 +1023,9 @@ bool Runner::transform_attr(FileNode& n, const AttrPath& p, bool& known) {
         continue;
       known = true;
       double value;
-      if (!number(value))
+      if (!number(value) || !in_internal_units(value, v.scale))
         return false;
-      v.values[axis - 'x'] = value * v.scale;
+      v.values[axis - 'x'] = value;
       return true;
     }
   }
@@ -972,19 +1083,19 @@ bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bo
       std::vector<double>& out = *arr.values;
       reserve(out, size_t(arr.per));
       size_t need = size_t(a.last + 1) * size_t(arr.per);
-      if (out.size() < need)
-        out.resize(need, arr.values == &m.normals ? 1e20 : 0.0);
+      if (!grow(out, need, arr.values == &m.normals ? 1e20 : 0.0))
+        return false;
       if (arr.values == &m.points)
         m.has_geometry = true;
-      return numbers(&out[size_t(a.first) * size_t(arr.per)], int(a.last - a.first + 1) * arr.per);
+      return numbers(&out[size_t(a.first) * size_t(arr.per)], (a.last - a.first + 1) * arr.per);
     }
     if (a.name == "ed") {
       known = true;
       if (!check_index(a.last))
         return false;
       reserve(m.edges, 3);
-      if (m.edges.size() < size_t(a.last + 1) * 3)
-        m.edges.resize(size_t(a.last + 1) * 3, -1);
+      if (!grow(m.edges, size_t(a.last + 1) * 3, -1))
+        return false;
       m.has_geometry = true;
       for (int64_t i = a.first * 3; i < (a.last + 1) * 3; ++i)
         if (!integer(m.edges[size_t(i)], 0, 1 << 30))
@@ -1027,9 +1138,9 @@ bool Runner::mesh_attr(FileNode& n, const AttrPath& p, std::string_view type, bo
       int per = uvs ? 2 : 4;
       std::vector<double>& out = uvs ? m.uv_sets[set].uvs : m.color_sets[set].colors;
       reserve(out, size_t(per));
-      if (out.size() < size_t(b.last + 1) * size_t(per))
-        out.resize(size_t(b.last + 1) * size_t(per), 0.0);
-      return numbers(&out[size_t(b.first) * size_t(per)], int(b.last - b.first + 1) * per);
+      if (!grow(out, size_t(b.last + 1) * size_t(per), 0.0))
+        return false;
+      return numbers(&out[size_t(b.first) * size_t(per)], (b.last - b.first + 1) * per);
     }
     return true;
   }
@@ -1049,11 +1160,14 @@ bool Runner::poly_faces(StoredMesh& m, const AttrPart& range) {
     return false;
   reserve(m.faces, 1);
   if (_capacity_hint > 0) {
-    m.face_edges.reserve(size_t(_capacity_hint));
-    m.map_ids.reserve(size_t(_capacity_hint));
+    int64_t hint = _size_hint;
+    _size_hint = _capacity_hint;
+    reserve(m.face_edges, 1);
+    reserve(m.map_ids, 1);
+    _size_hint = hint;
   }
-  if (m.faces.size() < size_t(range.last + 1))
-    m.faces.resize(size_t(range.last + 1));
+  if (!grow(m.faces, size_t(range.last + 1), StoredMesh::Face()))
+    return false;
   int64_t next_face = range.first;
   int face = -1;
   Word w;
@@ -1096,7 +1210,7 @@ bool Runner::poly_faces(StoredMesh& m, const AttrPart& range) {
       if (face < 0)
         return fail(std::string(k) + " before the first face");
       int set;
-      if (!integer(set, 0, LIMIT) || !integer(count, 0, LIMIT))
+      if (!integer(set, 0, int(MAX_INDEX)) || !integer(count, 0, LIMIT))
         return false;
       StoredMesh::FaceMap map{face, set, int(m.map_ids.size()), count};
       for (int i = 0; i < count; ++i) {
@@ -1126,8 +1240,8 @@ bool Runner::skin_attr(FileNode& n, const AttrPath& p, bool& known) {
     const AttrPart& b = p.parts[1];
     if (!check_index(a.last))
       return false;
-    if (s.weights.size() < size_t(a.last + 1))
-      s.weights.resize(size_t(a.last + 1));
+    if (!grow(s.weights, size_t(a.last + 1), std::vector<std::pair<int, double>>()))
+      return false;
     if (!b.indexed) {
       // .wl[0:7].w: per vertex, a count and (influence, weight) pairs.
       for (int64_t v = a.first; v <= a.last; ++v) {
@@ -1139,7 +1253,7 @@ bool Runner::skin_attr(FileNode& n, const AttrPath& p, bool& known) {
         for (int i = 0; i < count; ++i) {
           int influence;
           double weight;
-          if (!integer(influence, 0, 1 << 30) || !number(weight))
+          if (!integer(influence, 0, int(MAX_INDEX)) || !number(weight))
             return false;
           list.emplace_back(influence, weight);
         }
@@ -1148,21 +1262,15 @@ bool Runner::skin_attr(FileNode& n, const AttrPath& p, bool& known) {
     }
     if (b.every || a.first != a.last)
       return fail("weights of several vertices given by influence range");
-    if (!check_index(b.last))
-      return false;
+    // Influence indices are logical: sparse, and any up to the largest
+    // index. A weight given again replaces the earlier one when the skin
+    // is built (the last given counts), so adding one costs no search.
     auto& list = s.weights[size_t(a.first)];
     for (int64_t j = b.first; j <= b.last; ++j) {
       double weight;
       if (!number(weight))
         return false;
-      bool replaced = false;
-      for (auto& e : list)
-        if (e.first == int(j)) {
-          e.second = weight;
-          replaced = true;
-        }
-      if (!replaced)
-        list.emplace_back(int(j), weight);
+      list.emplace_back(int(j), weight);
     }
     return true;
   }
@@ -1213,10 +1321,8 @@ bool Runner::curve_attr(FileNode& n, const AttrPath& p, bool& known) {
   size_t need = size_t(a.last + 1);
   if (a.name == "ktv") {
     known = true;
-    if (c.times.size() < need) {
-      c.times.resize(need, NOT_GIVEN);
-      c.values.resize(need, NOT_GIVEN);
-    }
+    if (!grow(c.times, need, NOT_GIVEN) || !grow(c.values, need, NOT_GIVEN))
+      return false;
     for (int64_t i = a.first; i <= a.last; ++i)
       if (!number(c.times[size_t(i)]) || !number(c.values[size_t(i)]))
         return false;
@@ -1225,8 +1331,8 @@ bool Runner::curve_attr(FileNode& n, const AttrPath& p, bool& known) {
   if (a.name == "kit" || a.name == "kot") {
     known = true;
     std::vector<int>& out = a.name == "kit" ? c.in_types : c.out_types;
-    if (out.size() < need)
-      out.resize(need, -1);
+    if (!grow(out, need, -1))
+      return false;
     for (int64_t i = a.first; i <= a.last; ++i)
       if (!integer(out[size_t(i)], 0, 1 << 20))
         return false;
@@ -1239,8 +1345,8 @@ bool Runner::curve_attr(FileNode& n, const AttrPath& p, bool& known) {
                                                    : nullptr;
   if (tangent) {
     known = true;
-    if (tangent->size() < need)
-      tangent->resize(need, NOT_GIVEN);
+    if (!grow(*tangent, need, NOT_GIVEN))
+      return false;
     for (int64_t i = a.first; i <= a.last; ++i)
       if (!number((*tangent)[size_t(i)]))
         return false;
@@ -1407,7 +1513,8 @@ bool Runner::parent() {
       return fail(quoted(new_parent->name) + " is not a DAG node");
   }
   for (std::string_view name : names) {
-    int c = resolve(name, nullptr, false);
+    int instance = 0;
+    int c = resolve(name, &instance, false);
     if (c < 0)
       return false;
     Node* child = _f.nodes[size_t(c)].node;
@@ -1418,22 +1525,36 @@ bool Runner::parent() {
     if (new_parent == child || is_above(child, new_parent))
       return fail("cannot put " + quoted(name) + " below " + quoted(new_parent->name) + ", which is " +
                   (new_parent == child ? std::string("itself") : "below it") + ": the DAG would have a cycle");
-    _path_counts.clear();
-    if (!add) {
-      for (Node* old : child->parents) {
-        auto& siblings = old->children;
-        siblings.erase(std::remove(siblings.begin(), siblings.end(), child), siblings.end());
-      }
-      child->parents.clear();
-    } else if (std::find(child->parents.begin(), child->parents.end(), new_parent) != child->parents.end()) {
+    // A move takes the instance the name gives (its first for a plain
+    // name) from its parent, in its place among the node's parents; the
+    // node's other instances stay. -add makes a new instance, last.
+    bool move = !add && !child->parents.empty();
+    size_t link = move ? parent_link(child, instance) : child->parents.size();
+    Node* old = move ? child->parents[link] : nullptr;
+    if (old != new_parent &&
+        std::find(child->parents.begin(), child->parents.end(), new_parent) != child->parents.end())
       return fail(quoted(name) + " is already below " + quoted(new_parent->name));
+    if (old == new_parent)
+      continue;
+    _path_counts.clear();
+    if (move) {
+      auto& siblings = old->children;
+      siblings.erase(std::find(siblings.begin(), siblings.end(), child));
+      child->parents[link] = new_parent;
+    } else {
+      child->parents.push_back(new_parent);
     }
-    child->parents.push_back(new_parent);
     new_parent->children.push_back(child);
-    if (add && too_many_paths(child)) {
-      child->parents.pop_back();
+    if (too_many_paths(child)) {
       new_parent->children.pop_back();
-      return fail("instancing " + quoted(name) + " there would give a node more than " +
+      if (move) {
+        child->parents[link] = old;
+        old->children.push_back(child);
+      } else {
+        child->parents.pop_back();
+      }
+      _path_counts.clear();
+      return fail("putting " + quoted(name) + " there would give a node more than " +
                   std::to_string(int64_t(MAX_INSTANCE_PATHS)) + " paths from the world");
     }
   }
@@ -1475,6 +1596,8 @@ bool Runner::rename() {
   int n = resolve(names[0], nullptr, false);
   if (n < 0)
     return false;
+  if (!valid_node_name(names[1]))
+    return fail("a node cannot be named " + quoted(names[1]));
   Node* node = _f.nodes[size_t(n)].node;
   _f.by_name[node->name].remove(n);
   node->name = std::string(without_root(names[1]));

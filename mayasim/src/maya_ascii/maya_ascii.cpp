@@ -4,6 +4,7 @@
 #include "loader.h"
 
 #include <errno.h>
+#include <new>
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -17,14 +18,33 @@ bool load_maya_ascii_text(const char* text, size_t size, const std::string& name
   maya_ascii::FileScene file;
   file.file_name = name;
   std::string error;
-  if (!maya_ascii::run_statements(text, size, file, error)) {
-    result.error = error;
-    result.warnings = file.warnings;
+  // Messages go to terminals: what they quote from the file is printed
+  // with its control bytes escaped.
+  auto take_warnings = [&] {
+    for (const std::string& w : file.warnings)
+      result.warnings.push_back(maya_ascii::escape_controls(w));
+  };
+  try {
+    if (!maya_ascii::run_statements(text, size, file, error)) {
+      result.error = maya_ascii::escape_controls(error);
+      take_warnings();
+      new_scene();
+      return false;
+    }
+    maya_ascii::build_scene(file);
+  } catch (const std::bad_alloc&) {
+    // The loader bounds what a file can make it allocate; what is left is
+    // a file too large for this machine, refused like any other.
+    file = maya_ascii::FileScene();
     new_scene();
+    result = MayaAsciiResult();
+    result.bytes = size;
+    result.error = maya_ascii::escape_controls(name) +
+                   ": there is not enough memory to load it (the scene it holds needs more than this machine can "
+                   "give); close other programs or load it on a machine with more memory";
     return false;
   }
-  maya_ascii::build_scene(file);
-  result.warnings = file.warnings;
+  take_warnings();
   for (const auto& p : file.mesh_problems) {
     MayaAsciiResult::MeshProblem problem{p.shape->name, {}, p.problem};
     // A heavily instanced shape has thousands of paths: the first few are

@@ -255,7 +255,7 @@ bool build_mesh(const StoredMesh& s, MeshData& m, std::string& problem) {
 
   for (const auto& entry : s.uv_sets) {
     UvSet set;
-    set.name = entry.second.name.empty() ? "map" + std::to_string(entry.first + 1) : entry.second.name;
+    set.name = entry.second.name.empty() ? "map" + std::to_string(int64_t(entry.first) + 1) : entry.second.name;
     size_t count = entry.second.uvs.size() / 2;
     for (size_t i = 0; i < count; ++i) {
       set.u.push_back(float(entry.second.uvs[2 * i]));
@@ -282,7 +282,7 @@ bool build_mesh(const StoredMesh& s, MeshData& m, std::string& problem) {
 
   for (const auto& entry : s.color_sets) {
     ColorSet set;
-    set.name = entry.second.name.empty() ? "colorSet" + std::to_string(entry.first + 1) : entry.second.name;
+    set.name = entry.second.name.empty() ? "colorSet" + std::to_string(int64_t(entry.first) + 1) : entry.second.name;
     set.representation = entry.second.representation == 2 ? 1 : entry.second.representation;
     size_t count = entry.second.colors.size() / 4;
     for (size_t i = 0; i < count; ++i) {
@@ -347,7 +347,7 @@ void mesh_from_polygons(StoredMesh& out, const std::vector<double>& points,
 
 void add_uv_set(StoredMesh& out, const std::string& name, const std::vector<double>& uvs,
                 const std::vector<std::vector<int>>& ids) {
-  int set = out.uv_sets.empty() ? 0 : out.uv_sets.rbegin()->first + 1;
+  int set = next_set_index(out.uv_sets);
   out.uv_sets[set].name = name;
   out.uv_sets[set].uvs = uvs;
   for (size_t f = 0; f < ids.size(); ++f) {

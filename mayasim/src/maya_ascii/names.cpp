@@ -478,5 +478,35 @@ bool parse_attr_path(std::string_view text, Kind kind, AttrPath& out, std::strin
   }
 }
 
+bool valid_node_name(std::string_view name) {
+  while (!name.empty() && name[0] == ':')
+    name.remove_prefix(1);
+  if (name.empty())
+    return false;
+  for (char c : name) {
+    unsigned char u = (unsigned char)c;
+    if (c == '|' || c == '.' || c == '[' || c == ']' || c == ' ' || u < 0x20 || u == 0x7F)
+      return false;
+  }
+  return true;
+}
+
+std::string escape_controls(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  static const char HEX[] = "0123456789abcdef";
+  for (char c : text) {
+    unsigned char u = (unsigned char)c;
+    if (u < 0x20 || u == 0x7F) {
+      out += "\\x";
+      out += HEX[u >> 4];
+      out += HEX[u & 15];
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
 } // namespace maya_ascii
 } // namespace mayasim

@@ -84,5 +84,16 @@ bool parse_attr_path(std::string_view text, Kind kind, AttrPath& out, std::strin
 // so an index is also bounded by the size of the file (see the loader).
 const int64_t MAX_INDEX = (int64_t(1) << 31) - 1;
 
+// Whether a node may take `name` (after any leading ':' of the root
+// namespace), by createNode -n and rename alike: not empty, and none of the
+// bytes that separate paths, attributes and indices ('|', '.', '[', ']'),
+// spaces or control bytes. Maya saves no other names.
+bool valid_node_name(std::string_view name);
+
+// `text` with its control bytes written as \xHH (and DEL), for messages
+// that go to a terminal: a name or value from a file must not move the
+// cursor or change colours.
+std::string escape_controls(std::string_view text);
+
 } // namespace maya_ascii
 } // namespace mayasim
