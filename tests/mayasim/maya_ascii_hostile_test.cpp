@@ -6,31 +6,27 @@
 #include "api_helpers.h"
 
 #include <maya/MDagPathArray.h>
+#include <maya/MDoubleArray.h>
 #include <maya/MFnDagNode.h>
 #include <maya/MFnDependencyNode.h>
-#include <maya/MDoubleArray.h>
 #include <maya/MFnMesh.h>
 #include <maya/MFnSkinCluster.h>
-#include <maya/MStringArray.h>
 #include <maya/MIntArray.h>
 #include <maya/MMatrix.h>
 #include <maya/MObjectArray.h>
+#include <maya/MStringArray.h>
 
 #include "mayasim/builder.h"
 #include "mayasim/maya_ascii.h"
+#include "support/bounded_run.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <new>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace mayasim::builder;
 
@@ -132,68 +128,6 @@ TEST(MayaAsciiHostile, InstancesMoveOneAtATimeAndDeepInstancedPathsResolve) {
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-#define TW_ADDRESS_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TW_ADDRESS_SANITIZER 1
-#endif
-#endif
-
-// Runs `job` in a child process held to `megabytes` of address space and
-// `seconds` of processor time; true when it returned true within them. A
-// file that made the loader take memory or time out of proportion to its
-// size ends the child (killed, or out of memory) and fails the test.
-bool within_bounds(const std::function<bool()>& job, long megabytes, int seconds, std::string& message) {
-  int pipe_ends[2];
-  if (pipe(pipe_ends) != 0)
-    return false;
-  fflush(nullptr);
-  pid_t child = fork();
-  if (child == 0) {
-    close(pipe_ends[0]);
-    struct rlimit memory = {rlim_t(megabytes) << 20, rlim_t(megabytes) << 20};
-    struct rlimit cpu = {rlim_t(seconds), rlim_t(seconds)};
-    setrlimit(RLIMIT_AS, &memory);
-    setrlimit(RLIMIT_CPU, &cpu);
-    bool ok = false;
-    std::string said;
-    try {
-      ok = job();
-    } catch (const std::bad_alloc&) {
-      said = "std::bad_alloc escaped";
-    }
-    said += ::testing::Test::HasFailure() ? " (a check failed in the child)" : "";
-    if (write(pipe_ends[1], said.data(), said.size()) < 0)
-      ok = false;
-    _exit(ok && !::testing::Test::HasFailure() ? 0 : 1);
-  }
-  close(pipe_ends[1]);
-  char buffer[512];
-  ssize_t n;
-  message.clear();
-  while ((n = read(pipe_ends[0], buffer, sizeof(buffer))) > 0)
-    message.append(buffer, size_t(n));
-  close(pipe_ends[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  if (WIFSIGNALED(status))
-    message += " (ended by signal " + std::to_string(WTERMSIG(status)) + ")";
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-// Skips a test whose bounds an address sanitizer's own reservations break.
-#define SKIP_UNDER_ADDRESS_SANITIZER()                                                                                \
-  do {                                                                                                                 \
-    if (TW_ADDRESS_SANITIZER_ON)                                                                                       \
-      GTEST_SKIP() << "address space limits do not apply under the address sanitizer";                                \
-  } while (0)
-#ifdef TW_ADDRESS_SANITIZER
-const bool TW_ADDRESS_SANITIZER_ON = true;
-#else
-const bool TW_ADDRESS_SANITIZER_ON = false;
-#endif
-
 // A plane of `sw` by `sh` faces made by polyPlane, on a mesh pShape.
 std::string plane(int sw, int sh) {
   return "createNode transform -n \"p\";\ncreateNode mesh -n \"pShape\" -p \"p\";\n"
@@ -208,7 +142,7 @@ std::string plane(int sw, int sh) {
 // many short writes far beyond the values given cannot add up to
 // gigabytes.
 TEST(MayaAsciiHostile, SparseWritesAcrossNodesAreBoundedTogether) {
-  SKIP_UNDER_ADDRESS_SANITIZER();
+  TW_SKIP_UNDER_ADDRESS_SANITIZER();
   std::string message;
   for (const char* array : {"vt[1000000]\" 0 0 0", "ktv[1000000]\" 1 0"}) {
     bool curves = array[0] == 'k';
@@ -222,7 +156,7 @@ TEST(MayaAsciiHostile, SparseWritesAcrossNodesAreBoundedTogether) {
     }
     s << "//" << std::string(1100000, 'x') << "\n"; // a file of a megabyte
     std::string text = header() + s.str();
-    EXPECT_TRUE(within_bounds(
+    EXPECT_TRUE(test::within_bounds(
         [&] {
           mayasim::MayaAsciiResult r;
           if (load_text(text, r))
@@ -240,7 +174,7 @@ TEST(MayaAsciiHostile, SparseWritesAcrossNodesAreBoundedTogether) {
 // another naming the deepest node of sixteen levels of instancing loads in
 // a moment, not in minutes.
 TEST(MayaAsciiHostile, PathsAreResolvedWithoutListingEveryPath) {
-  SKIP_UNDER_ADDRESS_SANITIZER();
+  TW_SKIP_UNDER_ADDRESS_SANITIZER();
   std::ostringstream s;
   s << "createNode transform -n \"N0\";\n";
   for (int i = 1; i <= 16; ++i)
@@ -254,7 +188,7 @@ TEST(MayaAsciiHostile, PathsAreResolvedWithoutListingEveryPath) {
     s << "setAttr \"" << path << "|N0.ty\" " << k << ";\n";
   std::string text = header() + s.str();
   std::string message;
-  EXPECT_TRUE(within_bounds(
+  EXPECT_TRUE(test::within_bounds(
       [&] {
         mayasim::MayaAsciiResult r;
         EXPECT_TRUE(load_text(text, r)) << r.error;
@@ -266,7 +200,7 @@ TEST(MayaAsciiHostile, PathsAreResolvedWithoutListingEveryPath) {
 
 // A component list naming every face hundreds of times names each once.
 TEST(MayaAsciiHostile, RepeatedComponentsCountEachFaceOnce) {
-  SKIP_UNDER_ADDRESS_SANITIZER();
+  TW_SKIP_UNDER_ADDRESS_SANITIZER();
   std::string list = "setAttr \".iog[0].og[0].gcl\" -type \"componentList\" 4000";
   for (int i = 0; i < 4000; ++i)
     list += i % 2 ? " \"f[*]\"" : " \"f[0:249999]\"";
@@ -274,7 +208,7 @@ TEST(MayaAsciiHostile, RepeatedComponentsCountEachFaceOnce) {
                      ";\ncreateNode shadingEngine -n \"sg\";\ncreateNode lambert -n \"m\";\n"
                      "connectAttr \"m.oc\" \"sg.ss\";\nconnectAttr \"pShape.iog.og[0]\" \"sg.dsm\" -na;\n";
   std::string message;
-  EXPECT_TRUE(within_bounds(
+  EXPECT_TRUE(test::within_bounds(
       [&] {
         mayasim::MayaAsciiResult r;
         EXPECT_TRUE(load_text(text, r)) << r.error;
@@ -328,9 +262,9 @@ std::vector<double> weights_of(int v) {
 // given a weight again keeps the last one, and hundreds of thousands of
 // weights on one vertex are read in one pass.
 TEST(MayaAsciiHostile, SkinWeightsAreSparseAndLinear) {
-  SKIP_UNDER_ADDRESS_SANITIZER();
+  TW_SKIP_UNDER_ADDRESS_SANITIZER();
   std::string message;
-  EXPECT_TRUE(within_bounds(
+  EXPECT_TRUE(test::within_bounds(
       [&] {
         mayasim::MayaAsciiResult r;
         std::string skin = "\tsetAttr \".wl[0].w[0]\" 1;\n\tsetAttr \".wl[1].w[2147483647]\" 1;\n"
@@ -474,9 +408,9 @@ TEST(MayaAsciiHostile, NamesMessagesAndFilesWithoutStatements) {
 // sets (a creator's mesh that fits the export budget of a larger machine),
 // is refused with a message, never ended by std::bad_alloc.
 TEST(MayaAsciiHostile, RunningOutOfMemoryIsARefusal) {
-  SKIP_UNDER_ADDRESS_SANITIZER();
+  TW_SKIP_UNDER_ADDRESS_SANITIZER();
   std::string message;
-  EXPECT_TRUE(within_bounds(
+  EXPECT_TRUE(test::within_bounds(
       [&] {
         mayasim::MayaAsciiResult r;
         EXPECT_FALSE(load_text(header() + plane(1400, 1400), r));

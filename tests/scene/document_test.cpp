@@ -247,3 +247,46 @@ TEST(SceneDocument, StreamsTheTextCannotFillAreRefused) {
     EXPECT_NE(std::string::npos, r.message.find(c.report)) << c.stream << "\n" << r.message;
   }
 }
+
+// The text has no way to write an infinity or NaN: the check names the
+// first one and where it is, in nodes, animations, streams and skins.
+TEST(SceneCheck, FloatsThatAreNotFiniteAreNamedWithTheirPlace) {
+  const float inf = 1e30f * 1e30f;
+  const float nan = inf - inf;
+  struct Case {
+    void (*spoil)(SceneDatabase&, float);
+    const char* place;
+  };
+  const Case cases[] = {
+      {[](SceneDatabase& db, float v) { db.nodes.find("hip").value().local[13] = v; },
+       "node hip: local matrix, value 13"},
+      {[](SceneDatabase& db, float v) {
+         SceneAnimation& a = db.animations[0];
+         memcpy(a.stream.data.data() + a.stream.stride + 8, &v, 4);
+       },
+       "animation of matrix, sample 1 (time "},
+      {[](SceneDatabase& db, float v) {
+         GeometryStream& s = db.geometries.find("hip").value().streams[0];
+         memcpy(s.data.data() + s.stride, &v, 4);
+       },
+       "geometry hip: stream POSITION, element 1"},
+      {[](SceneDatabase& db, float v) { db.skins.begin().value().joints[0].inv_bind_matrix[0] = v; },
+       "'s inverse bind matrix"},
+  };
+  for (const Case& c : cases) {
+    for (float bad : {inf, -inf, nan}) {
+      SceneDatabase db(heap());
+      test::fill_full_database(db);
+      String place(heap());
+      float value = 0;
+      ASSERT_TRUE(find_non_finite(db, place, value));
+      c.spoil(db, bad);
+      EXPECT_FALSE(find_non_finite(db, place, value));
+      EXPECT_NE(std::string(place.c_str()).find(c.place), std::string::npos) << place.c_str();
+      EXPECT_FALSE(value - value == 0.0f);
+      Vector<String> problems(heap());
+      EXPECT_FALSE(check_scene(db, problems));
+      EXPECT_NE(std::string(problems.back().c_str()).find("is not a finite number"), std::string::npos);
+    }
+  }
+}

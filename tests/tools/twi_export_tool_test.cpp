@@ -217,3 +217,34 @@ TEST(TwiExportTool, RefusalsSayWhatToDoAndTheInfluenceLimitIsAnOption) {
   EXPECT_TRUE(contains(failed.output, history + ": boxShape: geometry comes from polyBevel1")) << failed.output;
   EXPECT_TRUE(contains(failed.output, "delete history")) << failed.output;
 }
+
+// The scene's own playback range is held to the limit --range is, with the
+// same message and what to do; a document with a float that is not finite
+// is named by twi check.
+TEST(TwiExportTool, TheScenesPlaybackRangeIsHeldToTheRangeLimit) {
+  test::TempDirectory dir;
+  std::string scene = dir.file("long.ma");
+  test::write_file(scene, "//Maya ASCII 2020 scene\nrequires maya \"2020\";\n"
+                          "currentUnit -l centimeter -a degree -t film;\ncreateNode transform -n \"a\";\n"
+                          "createNode script -n \"sceneConfigurationScriptNode\";\n"
+                          "\tsetAttr \".b\" -type \"string\" \"playbackOptions -min 1 -max 1e9 -ast 1 -aet 1e9 \";\n"
+                          "\tsetAttr \".st\" 6;\n");
+  test::ProgramRun refused = run_export(scene + " -o " + dir.file("long.twi"));
+  EXPECT_EQ(1, refused.status);
+  EXPECT_TRUE(contains(refused.output, "long.ma's playback range 1:1e+09 is 4.16667e+07 seconds, 1250000000 samples "
+                                       "at 30 a second; the most is 1000000 (9.3 hours)"))
+      << refused.output;
+  EXPECT_TRUE(contains(refused.output, "give a shorter one with --range START:END")) << refused.output;
+  test::ProgramRun ranged = run_export(scene + " --range 1:24 -o " + dir.file("long.twi"));
+  EXPECT_EQ(0, ranged.status) << ranged.output;
+  test::ProgramRun option = run_export(scene + " --range 1:1e9 -o " + dir.file("long.twi"));
+  EXPECT_EQ(2, option.status);
+  EXPECT_TRUE(contains(option.output, "--range 1:1e+09 is 4.16667e+07 seconds")) << option.output;
+
+  std::string document = dir.file("inf.twi");
+  test::write_file(document, "nodes = { a = { local = [ 1 0 0 0 0 1 0 0 0 0 1 0 1e39 0 0 1 ] } }\n"
+                             "source_path = \"\"\n");
+  test::ProgramRun check = run_twi("check " + document);
+  EXPECT_EQ(1, check.status);
+  EXPECT_TRUE(contains(check.output, "Number out of range")) << check.output;
+}
