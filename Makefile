@@ -37,11 +37,12 @@ bench:
 	  else sudo apt-get update -qq && sudo DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $$missing >/dev/null; fi \
 	fi
 	cmake --preset release >/dev/null
-	cmake --build --preset release -j $(JOBS) --target bench_memory bench_sjson bench_export bench_maya_ascii
+	cmake --build --preset release -j $(JOBS) --target bench_memory bench_sjson bench_export bench_maya_ascii bench_scale
 	./build/release/bench/bench_memory
 	./build/release/bench/bench_sjson
 	./build/release/bench/bench_export
 	./build/release/bench/bench_maya_ascii
+	./build/release/bench/bench_scale
 
 # The JavaScript side, from npm: three.js for the viewer page, the Khronos
 # glTF validator, and what the viewer's browser test drives Chromium with.

@@ -34,6 +34,14 @@ void sample_animations(ExporterContext& context, SceneDatabase& database) {
     return;
   Allocator& allocator = *context.allocator;
 
+  const double step = 1.0 / double(settings.samples_per_second);
+  const double half = step * 0.5;
+  // The samples the walk below takes, counted first so that every record
+  // is made at its full size once.
+  uint32_t samples = 0;
+  for (double t = double(settings.start_time); double(settings.end_time) > t - half; t += step)
+    ++samples;
+
   // The records, made up front and filled sample by sample.
   Vector<SceneAnimation> records(allocator);
   records.resize(count);
@@ -46,11 +54,11 @@ void sample_animations(ExporterContext& context, SceneDatabase& database) {
     channel.index = 0;
     channel.type = CT_MATRIX4x4;
     a.stream.stride = channel_type_size(CT_MATRIX4x4);
+    a.stream.data.reserve(samples * a.stream.stride);
+    a.times.reserve(samples);
   }
 
   MTime remembered = MAnimControl::currentTime();
-  const double step = 1.0 / double(settings.samples_per_second);
-  const double half = step * 0.5;
   double t = double(settings.start_time);
   while (double(settings.end_time) > t - half) {
     MAnimControl::setCurrentTime(MTime(t, MTime::kSeconds));

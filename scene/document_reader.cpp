@@ -84,12 +84,13 @@ void read_stream(const DCV& v, GeometryStream& s) {
   // element; a stride beyond the channels leaves zeros at the end.
   s.data.resize(uint32_t(bytes));
   uint8_t* p = s.data.data();
+  const DCV* values = data.array_record()->data();
   uint32_t n = 0;
   for (uint32_t e = 0; e < s.size; ++e) {
     for (const StreamChannel& c : s.channels) {
       uint32_t count = channel_type_components(c.type);
       for (uint32_t i = 0; i < count; ++i) {
-        float f = number(data.at(n++));
+        float f = number(values[n++]);
         memcpy(p, &f, 4);
         p += 4;
       }

@@ -125,8 +125,9 @@ public:
     uint32_t n = v.size();
     if (expected >= 0 && int64_t(n) != expected)
       problem(p, "holds %u numbers, not %s", n, what);
+    const DCV* elements = n ? v.array_record()->data() : nullptr;
     for (uint32_t i = 0; i < n; ++i) {
-      const DCV& e = v.at(i);
+      const DCV& e = elements[i];
       if (!e.is_float() && !e.is_integer()) {
         Place at = {p, nullptr, i};
         problem(&at, "is %s, not a number", kind_name(e));

@@ -3,9 +3,11 @@
 #include "foundation/config/dynamic_config_value.h"
 #include "foundation/config/sjson_writer.h"
 
+#include "foundation/memory/temp_allocator.h"
 #include "foundation/platform.h"
 
 #include <math.h>
+#include <new>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -86,7 +88,10 @@ struct Channel {
 class Writer {
 public:
   Writer(const SceneDatabase& db, GltfSummary& summary, Vector<String>& notes, String& error)
-      : _db(db), _a(db.allocator()), _summary(summary), _notes(notes), _error(error), _root(_a), _bin(_a),
+      : _db(db), _a(db.allocator()), _summary(summary), _notes(notes), _error(error), _pool(_a, 4u << 20, 0),
+        _json(_pool), _root(*new (_json.allocate(sizeof(DynamicConfigValue), alignof(DynamicConfigValue)))
+                                DynamicConfigValue(_json)),
+        _bin(_a),
         _node_index(_a, 16), _node_order(_a), _skin_index(_a, 16), _material_index(_a, 16), _placed(_a, 16),
         _animated(_a), _root_of(_a), _group_of_root(_a), _group_node(_a) {}
 
@@ -119,7 +124,13 @@ private:
   GltfSummary& _summary;
   Vector<String>& _notes;
   String& _error;
-  DynamicConfigValue _root;
+  // The glTF document's tree, on a pool of its own that takes it all back
+  // at once: hundreds of thousands of small objects (an accessor, a buffer
+  // view, a sampler and a channel per animated path) are not freed one by
+  // one. The root is therefore never destroyed.
+  foundation::TempAllocator _pool;
+  foundation::ScopedTempAllocator _json;
+  DynamicConfigValue& _root;
   Vector<uint8_t> _bin;
   Map<String, uint32_t> _node_index; // twi node name -> glTF node number
   Vector<const char*> _node_order;   // twi node names by glTF node number
@@ -723,9 +734,9 @@ bool Writer::write_mesh(const char* name, const SceneGeometry& g, int32_t& mesh_
   };
   auto element = [&](const Channel& ch, uint32_t v) { return ix.streams[ch.stream_number][first_corner[v]]; };
 
-  DynamicConfigValue mesh(_a);
+  DynamicConfigValue mesh(_json);
   mesh.get("name").set_string(name);
-  DynamicConfigValue attributes(_a);
+  DynamicConfigValue attributes(_json);
   Vector<float> values(_a);
   uint32_t accessor;
 
@@ -980,7 +991,7 @@ bool Writer::write_mesh(const char* name, const SceneGeometry& g, int32_t& mesh_
 }
 
 bool Writer::write_animations() {
-  DynamicConfigValue animation(_a);
+  DynamicConfigValue animation(_json);
   DynamicConfigValue& channels = animation.get("channels");
   DynamicConfigValue& samplers = animation.get("samplers");
   const SceneAnimation* previous = nullptr;
@@ -1030,14 +1041,23 @@ bool Writer::write_animations() {
     t.resize(samples * 3);
     r.resize(samples * 4);
     s.resize(samples * 3);
+    float last[16];
+    Trs decomposed;
+    bool last_odd = false;
     for (uint32_t i = 0; i < samples; ++i) {
       float m[16];
       memcpy(m, st.data.data() + size_t(i) * st.stride, 64);
       if (!matrix_is_finite(m))
         return fail("animation of \"%s\": sample %u holds a number that is not finite", node, i);
-      Trs trs;
-      if (!decompose_matrix(m, trs))
+      // A node at rest repeats its matrix sample after sample: it is taken
+      // apart once.
+      if (i == 0 || memcmp(m, last, 64) != 0) {
+        memcpy(last, m, 64);
+        last_odd = !decompose_matrix(m, decomposed);
+      }
+      if (last_odd)
         ++odd_samples;
+      Trs trs = decomposed;
       // Neighbouring quaternions in one hemisphere, so that LINEAR
       // interpolation takes the short way round.
       if (i > 0) {
@@ -1076,7 +1096,7 @@ bool Writer::write_animations() {
   }
   if (channels.size() > 0) {
     animation.get("name").set_string("sampled");
-    _top.animations->push_back() = animation;
+    _top.animations->push_back() = std::move(animation);
   }
   return true;
 }

@@ -5,9 +5,11 @@
 #include "foundation/error/error_context.h"
 #include "foundation/error/log.h"
 #include "foundation/memory/memory_globals.h"
+#include "foundation/memory/temp_allocator.h"
 #include "scene/document_reader.h"
 #include "scene/document_schema.h"
 
+#include <new>
 #include <stdio.h>
 #include <string.h>
 
@@ -34,7 +36,14 @@ void add_line(std::string& out, const char* name, const char* text) {
 
 bool read_twi_text(const char* name, const char* text, uint32_t size, twi::SceneDatabase& db, std::string& problems) {
   Allocator& a = memory_globals::default_allocator();
-  DynamicConfigValue doc(a);
+  // The parsed tree lives in a pool of its own and goes with it: a tree of
+  // tens of millions of values is given back in a few pages, not value by
+  // value, and is made by bumping a pointer. The root is never destroyed
+  // for that reason; nothing it holds outlives the pool.
+  TempAllocator pool(a, 4u << 20, 0);
+  ScopedTempAllocator arena(pool);
+  DynamicConfigValue& doc = *new (arena.allocate(sizeof(DynamicConfigValue), alignof(DynamicConfigValue)))
+                                DynamicConfigValue(arena);
   simplified_json::ParseError error;
   if (!simplified_json::try_parse_untrusted(text, size, doc, &error)) {
     char line[64];

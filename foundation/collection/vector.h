@@ -296,6 +296,12 @@ public:
     _capacity = n;
   }
 
+  // Forgets every element without destroying it, keeping the storage: for
+  // a caller that has already released what each element held (a tree of
+  // values taken apart level by level), so that millions of elements that
+  // hold nothing are not visited again.
+  void drop_elements() { _size = 0; }
+
   void clear() {
     destroy_range(0, _size);
     _size = 0;

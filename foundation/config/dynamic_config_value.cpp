@@ -51,12 +51,21 @@ const DCV& DCV::nil() {
 namespace {
 
 // Moves every array and object directly inside `v` (an array or object) to
-// the end of `out`, leaving nil in its place.
+// the end of `out`, leaving nil in its place. An array's strings and data
+// are freed on the way, and its elements then dropped: they hold nothing
+// left to free, so the array's own destruction does not visit them again.
 void move_containers_out(DCV::Array* array, DCV::Object* object, DCV::Array& out) {
   if (array) {
-    for (DCV& e : *array)
-      if (e.is_array() || e.is_object())
+    for (DCV& e : *array) {
+      DCV::Kind k = e.kind();
+      if (k < DCV::STRING)
+        continue;
+      if (k == DCV::ARRAY || k == DCV::OBJECT)
         out.push_back(std::move(e));
+      else
+        e.set_nil();
+    }
+    array->drop_elements();
   } else {
     for (DCV::Iterator it = object->begin(); it != object->end(); ++it)
       if (it.value().is_array() || it.value().is_object())

@@ -47,7 +47,13 @@ public:
   DynamicConfigValue(const DynamicConfigValue& other);
   // Takes the records of `other`, which is left nil with its allocator.
   DynamicConfigValue(DynamicConfigValue&& other) noexcept;
-  ~DynamicConfigValue() { set_nil(); }
+  // Only strings, data and containers have anything to free: a scalar's
+  // value is left as it is (arrays of millions of floats are freed
+  // without writing to them).
+  ~DynamicConfigValue() {
+    if (kind() >= STRING)
+      release_records();
+  }
 
   // Deep copy onto this value's allocator ("a" when it has none and the
   // source needs records). The whole tag word is copied.
@@ -84,6 +90,8 @@ public:
   float to_float() const {
     if (TW_LIKELY(is_float()))
       return _payload.real;
+    if (is_integer()) // whole numbers in documents are read as integers
+      return float(_payload.integer);
     return to_float_other();
   }
   const char* to_string() const;

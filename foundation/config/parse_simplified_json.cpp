@@ -176,6 +176,11 @@ struct Parser {
         else
           at->set_array();
         ++cur;
+        if (!object) {
+          uint32_t numbers = reserve_numbers(*at);
+          if (!annotate)
+            read_numbers(*at, numbers);
+        }
         open->push_back(Open{at, value_start, object});
       } else {
         parse_scalar(*at);
@@ -210,6 +215,49 @@ struct Parser {
             at = &element;
         }
       }
+    }
+  }
+
+  // An array of numbers (the bulk of documents) is made at its size at
+  // once: its elements are counted first, up to its closing bracket, so
+  // that it is not grown and copied element by element. Anything but
+  // numbers and separators before the bracket leaves it to grow.
+  uint32_t reserve_numbers(DCV& array) {
+    const char* p = cur;
+    uint32_t count = 0;
+    bool in_number = false;
+    for (; p < end; ++p) {
+      char c = *p;
+      if (SPACES.is_space[uint8_t(c)]) {
+        in_number = false;
+        continue;
+      }
+      if (c == ']')
+        break;
+      if (!((c >= '0' && c <= '9') || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E'))
+        return 0;
+      count += in_number ? 0 : 1;
+      in_number = true;
+    }
+    if (p >= end)
+      return 0;
+    if (count > 0)
+      array.reserve(count);
+    return count;
+  }
+
+  // Reads up to `count` numbers of an array just opened, in a loop of its
+  // own: spaces and separators only between them (no comments, which the
+  // count has ruled out). It stops at anything that does not start a
+  // number and leaves it, and the closing bracket, to the general loop, so
+  // that every error is the one that loop gives.
+  void read_numbers(DCV& array, uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) {
+      while (cur < end && SPACES.is_space[uint8_t(*cur)])
+        ++cur;
+      if (cur >= end || !(*cur == '-' || (*cur >= '0' && *cur <= '9')))
+        return;
+      parse_number(array.push_back());
     }
   }
 

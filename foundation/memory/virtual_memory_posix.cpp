@@ -161,19 +161,20 @@ void* allocate(uint32_t size) {
     }
   }
   // Map one alignment unit more and trim both ends to its boundary. Blocks
-  // from 256 KiB are filled in one go: whoever asks for whole pages uses
-  // them, and one system call is far cheaper than a fault on every page.
-  // Blocks of several megabytes are aligned to the 2 MiB of a huge page and
-  // asked to use huge pages: they fill in as they are touched, one fault per
-  // 2 MiB where the system has huge pages free instead of one per 4 KiB,
-  // which large documents feel. They are not filled in advance: that would
-  // make the system assemble every huge page at once, however fragmented
-  // its memory is.
+  // from 256 KiB up to a few megabytes are filled in one go: whoever asks
+  // for whole pages uses them, and one system call is far cheaper than a
+  // fault on every page. Blocks of several megabytes are aligned to the
+  // 2 MiB of a huge page, which the system may use for them where it has
+  // one ready; they are not asked for huge pages (MADV_HUGEPAGE): where the
+  // system compacts memory on demand for such a request, a first touch
+  // waits for it, measured at seconds per gigabyte on a fragmented machine
+  // against a third of a second for small pages. Nor are they filled in
+  // advance, which would make the system find all their memory at once.
   const size_t huge = size_t(2) << 20;
-  bool use_huge = rounded >= 2 * huge;
-  size_t align = use_huge ? huge : g;
+  bool large = rounded >= 2 * huge;
+  size_t align = large ? huge : g;
   size_t mapped = rounded + align;
-  int populate = !use_huge && rounded >= (256u << 10) ? MAP_POPULATE : 0;
+  int populate = !large && rounded >= (256u << 10) ? MAP_POPULATE : 0;
   void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | populate, -1, 0);
   if (p == MAP_FAILED)
     return nullptr;
@@ -185,8 +186,6 @@ void* allocate(uint32_t size) {
   uintptr_t mapped_end = start + mapped;
   if (mapped_end > end)
     munmap(reinterpret_cast<void*>(end), mapped_end - end);
-  if (use_huge)
-    madvise(reinterpret_cast<void*>(aligned), rounded, MADV_HUGEPAGE);
 
   ScopedCriticalSection lock(table_lock());
   if (!enter_region(aligned, uint32_t(rounded))) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <math.h>
+#include <string.h>
 #include <unistd.h>
 #include <unordered_map>
 
@@ -28,8 +29,20 @@ void MeshData::finish_topology() {
 
 namespace {
 
-// The function-set families each node type answers for, the most derived first.
-std::vector<MFn::Type> families(MFn::Type t) {
+// The function-set families each node type answers for, the most derived
+// first: a short list by value, since every function set attached asks.
+struct Families {
+  MFn::Type types[8];
+  int count;
+  Families(std::initializer_list<MFn::Type> list) : types(), count(0) {
+    for (MFn::Type f : list)
+      types[count++] = f;
+  }
+  const MFn::Type* begin() const { return types; }
+  const MFn::Type* end() const { return types + count; }
+};
+
+Families families(MFn::Type t) {
   switch (t) {
   case MFn::kTransform:
     return {MFn::kTransform, MFn::kDagNode, MFn::kDependencyNode};
@@ -125,31 +138,63 @@ MMatrix Node::local_matrix(double seconds) const {
   if (!is_transform())
     return MMatrix();
   double t[3], r[3], s[3];
-  for (int a = 0; a < 3; ++a) {
-    t[a] = channel('t', a, seconds);
-    r[a] = channel('r', a, seconds);
-    s[a] = channel('s', a, seconds);
+  if (curves.empty()) {
+    // At rest (the common case): the attributes as they are.
+    memcpy(t, xform.translate, sizeof(t));
+    memcpy(r, xform.rotate, sizeof(r));
+    memcpy(s, xform.scale, sizeof(s));
+  } else {
+    for (int a = 0; a < 3; ++a) {
+      t[a] = channel('t', a, seconds);
+      r[a] = channel('r', a, seconds);
+      s[a] = channel('s', a, seconds);
+    }
   }
   const TransformAttributes& x = xform;
-  if (type == MFn::kJoint) {
+  bool joint = type == MFn::kJoint;
+  double parent_scale[3] = {1, 1, 1};
+  bool compensates = joint && x.segment_scale_compensate && inverse_scale_source;
+  if (compensates)
+    for (int a = 0; a < 3; ++a)
+      parent_scale[a] = inverse_scale_source->channel('s', a, seconds);
+
+  // Everything the matrix is made from; the same as last time, the same
+  // matrix.
+  double inputs[LocalMatrixCache::INPUTS];
+  double* in = inputs;
+  const double* const vectors[] = {t, r, s, parent_scale, x.shear, x.rotate_pivot, x.rotate_pivot_translate,
+                                   x.scale_pivot, x.scale_pivot_translate, x.rotate_axis, x.joint_orient};
+  for (const double* v : vectors)
+    for (int a = 0; a < 3; ++a)
+      *in++ = v[a];
+  *in++ = double(x.rotate_order);
+  *in++ = compensates ? 1.0 : 0.0;
+  LocalMatrixCache& cache = local_cache;
+  if (cache.valid && memcmp(cache.inputs, inputs, sizeof(inputs)) == 0)
+    return cache.matrix;
+
+  MMatrix m;
+  if (joint) {
     MMatrix inverse_scale;
-    if (x.segment_scale_compensate && inverse_scale_source) {
-      for (int a = 0; a < 3; ++a) {
-        double ps = inverse_scale_source->channel('s', a, seconds);
-        inverse_scale[a][a] = ps != 0.0 ? 1.0 / ps : 1.0;
-      }
-    }
-    return scaling(s) * rotation_matrix(x.rotate_axis, 0) * rotation_matrix(r, x.rotate_order) *
-           rotation_matrix(x.joint_orient, 0) * inverse_scale * translation(t);
+    if (compensates)
+      for (int a = 0; a < 3; ++a)
+        inverse_scale[a][a] = parent_scale[a] != 0.0 ? 1.0 / parent_scale[a] : 1.0;
+    m = scaling(s) * rotation_matrix(x.rotate_axis, 0) * rotation_matrix(r, x.rotate_order) *
+        rotation_matrix(x.joint_orient, 0) * inverse_scale * translation(t);
+  } else {
+    MMatrix shear;
+    shear[1][0] = x.shear[0];
+    shear[2][0] = x.shear[1];
+    shear[2][1] = x.shear[2];
+    m = translation(x.scale_pivot, -1.0) * scaling(s) * shear * translation(x.scale_pivot) *
+        translation(x.scale_pivot_translate) * translation(x.rotate_pivot, -1.0) * rotation_matrix(x.rotate_axis, 0) *
+        rotation_matrix(r, x.rotate_order) * translation(x.rotate_pivot) * translation(x.rotate_pivot_translate) *
+        translation(t);
   }
-  MMatrix shear;
-  shear[1][0] = x.shear[0];
-  shear[2][0] = x.shear[1];
-  shear[2][1] = x.shear[2];
-  return translation(x.scale_pivot, -1.0) * scaling(s) * shear * translation(x.scale_pivot) *
-         translation(x.scale_pivot_translate) * translation(x.rotate_pivot, -1.0) * rotation_matrix(x.rotate_axis, 0) *
-         rotation_matrix(r, x.rotate_order) * translation(x.rotate_pivot) * translation(x.rotate_pivot_translate) *
-         translation(t);
+  memcpy(cache.inputs, inputs, sizeof(inputs));
+  cache.matrix = m;
+  cache.valid = true;
+  return m;
 }
 
 Scene::~Scene() {

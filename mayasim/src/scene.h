@@ -27,11 +27,16 @@
 
 namespace mayasim {
 
+struct Node;
+
 struct ApiObject {
   int references = 0;
   virtual ~ApiObject() {}
   virtual MFn::Type api_type() const = 0;
   virtual bool has_fn(MFn::Type type) const { return type == api_type(); }
+  // The object as a node, or null: asked by every function set attached,
+  // and cheaper than a dynamic_cast.
+  virtual Node* as_node() { return nullptr; }
 };
 
 void retain(ApiObject* o);
@@ -157,6 +162,7 @@ struct TransformAttributes {
 MMatrix rotation_matrix(const double angles[3], int order);
 
 struct Node : ApiObject {
+  Node* as_node() override { return this; }
   MFn::Type type = MFn::kInvalid;
   std::string type_name;
   std::string name;
@@ -177,6 +183,18 @@ struct Node : ApiObject {
   // A joint's inverse scale comes from this node's scale (its parent joint,
   // as Maya connects parent.s -> joint.is); null: no inverse scale.
   Node* inverse_scale_source = nullptr;
+  // The last local matrix made and everything it was made from, as Maya's
+  // dependency graph keeps a transform's matrix until an input changes: a
+  // node at rest is read at every sample of an export, and composing its
+  // matrix costs a dozen products. Compared by value, so that no way of
+  // changing an attribute can leave it stale.
+  struct LocalMatrixCache {
+    static const int INPUTS = 35;
+    bool valid = false;
+    double inputs[INPUTS];
+    MMatrix matrix;
+  };
+  mutable LocalMatrixCache local_cache;
 
   std::map<std::string, bool> bools;
   std::map<std::string, std::map<int, MMatrix>> matrices; // by logical index; -1 for a plain attribute
