@@ -309,6 +309,14 @@ int run_view(int argc, char** argv) {
       given_dir = argv[++i];
     } else if (strcmp(a, "--connections") == 0 && has_value) {
       o.max_connections = uint32_t(strtoul(argv[++i], nullptr, 10));
+    } else if (strcmp(a, "--request-seconds") == 0 && has_value) {
+      char* end = nullptr;
+      double seconds = strtod(argv[++i], &end);
+      if (!end || *end || !(seconds > 0 && seconds <= 3600)) {
+        fprintf(stderr, "twi view: --request-seconds takes a number of seconds from above 0 to 3600\n");
+        return 2;
+      }
+      o.request_seconds = seconds;
     } else if (a[0] == '-') {
       fprintf(stderr, "twi view: unknown option %s, or one without its value (see twi view --help)\n", a);
       return 2;
@@ -411,11 +419,16 @@ const Command COMMANDS[] = {
      "lit, the transform hierarchy as lines, the node names as a tree, and\n"
      "plays the animation under a time slider; other files can be dropped on\n"
      "it. A .twi is converted as twi gltf does, afresh on each load, so a new\n"
-     "export shows on reload. Runs until stopped with Ctrl+C.\n"
+     "export shows on reload. Runs until stopped with Ctrl+C. It answers only\n"
+     "requests addressed to 127.0.0.1, localhost or [::1] with its port (not\n"
+     "pages of other sites that reach it), serves only the viewer folder's own\n"
+     "files, takes documents of up to 256 MiB to convert, and gives each\n"
+     "client 10 s to send its request, serving the others meanwhile.\n"
      "  --port N        the port (default: one the system picks)\n"
      "  --viewer DIR    the built viewer's folder (default: $TWI_VIEWER_DIR,\n"
      "                  else the build's tools/viewer)\n"
-     "  --connections N stop after N connections (for scripts and tests)\n",
+     "  --connections N stop after N connections (for scripts and tests)\n"
+     "  --request-seconds S  a client's time to send its request (default 10)\n",
      run_view},
     {"id", "twi id STRING...",
      "Prints, for each string, the string, its 64-bit hashed id and its 32-bit\n"
