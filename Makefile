@@ -8,7 +8,7 @@ CONFIGURE_FLAGS := $(if $(WERROR),-DTW_WERROR=$(WERROR))
 # What the benchmarks compare against, from Debian's packages.
 BENCH_PACKAGES := libbenchmark-dev rapidjson-dev nlohmann-json3-dev libmimalloc-dev
 
-.PHONY: test demo build bench check-deep clean js-deps viewer gltf-check viewer-test truth-check
+.PHONY: test demo build bench check-deep clean js-deps viewer gltf-check viewer-test truth-check fuzz-scenes
 
 # Configures quietly but for what a user should know: benchmarks left out
 # for want of their peers, and how the 32-bit tests run.
@@ -76,6 +76,22 @@ truth-check: build
 
 check-deep:
 	./.ci/check-deep
+
+# The Maya ASCII fuzz target (loader, reads and the whole export) for
+# FUZZ_SECONDS (default ten minutes), seeded with every Maya ASCII scene of
+# the shared test data and the project's own seeds; what it finds goes to
+# build/fuzz/findings. Needs clang with libFuzzer (the fuzz preset).
+FUZZ_SECONDS ?= 600
+SHARED_TESTDATA ?= ../shared/testdata
+fuzz-scenes:
+	cmake --preset fuzz >/dev/null
+	cmake --build --preset fuzz -j $(JOBS) --target fuzz_maya_ascii
+	@rm -rf build/fuzz/scenes-corpus && mkdir -p build/fuzz/scenes-corpus build/fuzz/findings
+	@find $(SHARED_TESTDATA) -name '*.ma' -exec cp {} build/fuzz/scenes-corpus/ \;
+	@echo "seeds: $$(ls build/fuzz/scenes-corpus | wc -l) shared scenes and fuzz/corpus/fuzz_maya_ascii"
+	./build/fuzz/fuzz/fuzz_maya_ascii -max_total_time=$(FUZZ_SECONDS) -max_len=4194304 -timeout=60 \
+	  -rss_limit_mb=4096 -print_final_stats=1 -artifact_prefix=build/fuzz/findings/ \
+	  build/fuzz/scenes-corpus fuzz/corpus/fuzz_maya_ascii
 
 clean:
 	rm -rf build

@@ -3,10 +3,13 @@
 //
 // For the node at `path` it records the parent's name, the local matrix at
 // the current time (translation in metres), the sampled animation, the mesh
-// below it and, recursively, the children that pass the node filter, in
-// child index order. The log shows "Exporting Node: NAME" before the node's
-// work; a record is inserted into the database only after its whole
-// subtree, so children are in the database before their parents.
+// below it and, depth first, the children that pass the node filter, in
+// child index order (walked with a list of the open nodes, not by
+// recursion: joint chains can be thousands deep). The log shows "Exporting
+// Node: NAME" before the node's work; a node's record is filled only after
+// its whole subtree, so children are complete before their parents (an
+// empty record holds the node's name from its start, so that a descendant
+// of the same name is found as a clash).
 //
 // A name already taken fails the export with "A node with name: NAME
 // already found.\n" (left in the log for the driver). That includes a node

@@ -1,7 +1,19 @@
 // Any bytes as a Maya ASCII file: the loader must finish (no crash, no hang,
 // no leak) and either load the scene or say why not, naming the file. A
-// loaded scene is then read as the exporter reads it: the outline, every
-// mesh's data and every transform's matrix at a few times.
+// loaded scene is then read as the exporter reads it (the outline, every
+// mesh's data and every transform's matrix at a few times) and exported
+// whole, over a short playback range, into a file that must parse back
+// when the export reports success.
+#include "exporter/export_driver.h"
+#include "exporter/exporter_context.h"
+#include "foundation/config/dynamic_config_value.h"
+#include "foundation/config/parse_simplified_json.h"
+#include "foundation/error/error.h"
+#include "foundation/error/log.h"
+#include "foundation/memory/memory_globals.h"
+#include "foundation/memory/temp_allocator.h"
+#include "mayasim/builder.h"
+#include "mayasim/host.h"
 #include "mayasim/maya_ascii.h"
 
 #include <maya/MAnimControl.h>
@@ -13,9 +25,53 @@
 #include <maya/MPointArray.h>
 #include <maya/MTime.h>
 
+#include <fstream>
+#include <sstream>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string>
+#include <unistd.h>
+
+namespace {
+
+// The export, as the plug-in runs it: assertions are reports that throw,
+// and a report ends this export, not the process.
+void export_scene(const std::string& path) {
+  using namespace foundation;
+  error::ScopedMode mode(ERROR_MODE_THROW);
+  log::set_standard_streams_enabled(false);
+  bool ok = false;
+  try {
+    ScopedTempAllocator allocator;
+    twi::ExportSettings settings;
+    settings.file = path.c_str();
+    twi::ExporterContext context(allocator, settings);
+    ok = twi::export_scene(context);
+  } catch (const ErrorException&) {
+    ok = false;
+  }
+  log::set_standard_streams_enabled(true);
+  if (!ok)
+    return;
+  // What the export wrote is a document the parser reads.
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  std::string document = text.str();
+  DynamicConfigValue root(memory_globals::default_allocator());
+  simplified_json::ParseError e;
+  if (!simplified_json::try_parse_untrusted(document.data(), uint32_t(document.size()), root, &e)) {
+    fprintf(stderr, "the export wrote a document the parser refuses: %s at line %d\n", e.message, e.line);
+    abort();
+  }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  foundation::memory_globals::init();
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   mayasim::MayaAsciiResult result;
@@ -27,6 +83,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     return 0;
   }
+  static mayasim::Host host; // gathers the script editor's lines
+  static const std::string out = "/tmp/fuzz_maya_ascii_" + std::to_string(getpid()) + ".twi";
   std::string outline = mayasim::outline_scene();
   for (double frame : {-3.0, 1.0, 2.5, 1000.0}) {
     MAnimControl::setCurrentTime(MTime(frame, MTime::uiUnit()));
@@ -46,5 +104,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       mesh.getNormals(normals);
     }
   }
+  // A few frames: the file's own range may be long, and the export of a
+  // long range is measured elsewhere.
+  mayasim::builder::set_playback_range(1, 3);
+  export_scene(out);
+  host.clear_script_editor();
   return 0;
 }

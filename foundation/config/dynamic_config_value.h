@@ -4,7 +4,9 @@
 // (bytes), array or object, in two words: a tag word whose low three bits
 // hold the kind (the other 29 bits are kept through kind changes and copied
 // by assignment; the parser's annotations live there) and a payload word.
-// A value owns everything below it; heap records come from an Allocator that
+// A value owns everything below it (copying and freeing a tree walk it with
+// a list, not by recursion, so a tree may be as deep as memory allows);
+// heap records come from an Allocator that
 // the value carries: a nil value holds it in its payload, strings, data,
 // arrays and objects in their records. Scalars forget it: a value that held
 // a bool, integer or float can't become a string or container again

@@ -4,7 +4,10 @@
 // each on its own line as `key = value`, the text starting with an empty line
 // and ending with a newline; arrays without commas ([ 1 2 3 ] on one line, or
 // one element per line with multiline_arrays); nested objects with one member
-// per line indented by tabs. Keys are written bare when is_identifier holds,
+// per line indented by tabs, one per level up to 64 (deeper levels keep 64,
+// so that a deep document's text stays proportional to its values). Nested
+// values are walked with a list, not by recursion: a document can be as
+// deep as the parser reads. Keys are written bare when is_identifier holds,
 // quoted otherwise. Strings escape only the double quote and the backslash;
 // every other byte is written as it is. Floats print as printf("%g") with a
 // three-digit exponent (foundation/utility/float_format).

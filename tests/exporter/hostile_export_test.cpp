@@ -95,3 +95,38 @@ TEST_F(HostileExport, CreatorsAreBudgetedByTheMemoryTheirExportTakes) {
             std::string::npos)
       << r.warnings[0];
 }
+
+// A skin of a hundred thousand joints (a crowd rig, or a generated one)
+// exports in time linear in its joints: influences are looked up by joint,
+// and weights kept per vertex only where they are not zero.
+TEST_F(HostileExport, ASkinOfAHundredThousandJointsExports) {
+  TW_SKIP_UNDER_ADDRESS_SANITIZER();
+  const int JOINTS = 100000;
+  set_playback_range(1, 1);
+  std::vector<MObject> joints;
+  joints.reserve(JOINTS);
+  for (int i = 0; i < JOINTS; ++i)
+    joints.push_back(joint("j" + std::to_string(i)));
+  MObject t = transform("quad");
+  MeshDesc quad;
+  quad.points = {MPoint(0, 0, 0), MPoint(1, 0, 0), MPoint(1, 1, 0), MPoint(0, 1, 0)};
+  quad.polygons = {{0, 1, 2, 3}};
+  mesh(t, "quadShape", quad);
+  std::vector<std::vector<double>> weights(4, std::vector<double>(JOINTS, 0.0));
+  weights[0][0] = 1;
+  weights[1][1] = 1;
+  weights[2][JOINTS - 2] = 0.5;
+  weights[2][JOINTS - 1] = 0.5;
+  weights[3][JOINTS - 1] = 1;
+  skin_cluster("crowd", t, joints, weights);
+  std::string message;
+  EXPECT_TRUE(test::within_bounds(
+      [&] {
+        twi::SceneDatabase& db = exported();
+        EXPECT_EQ(db.skins.size(), 1u);
+        EXPECT_EQ(db.skins.begin().value().joints.size(), uint32_t(JOINTS));
+        return db.skins.size() == 1;
+      },
+      2048, 30, message))
+      << message;
+}

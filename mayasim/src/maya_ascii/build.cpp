@@ -707,6 +707,10 @@ void Build::skins() {
       warn(n.node->name + ": weights for influence" + (unknown.size() > 1 ? "s " : " ") + which +
            ", which no joint is connected to, are ignored.");
     }
+    // Influences without a bind pre-matrix: one warning per skin, however
+    // many, naming a few.
+    std::string without;
+    size_t missing = 0;
     for (const SkinData::Influence& inf : data->influences) {
       int logical = int(inf.logical_index);
       auto pm = n.skin->bind_pre_matrices.find(logical);
@@ -714,12 +718,17 @@ void Build::skins() {
       if (pm != n.skin->bind_pre_matrices.end()) {
         n.node->matrices["bindPreMatrix"][logical] = pm->second;
       } else {
-        warn(n.node->name + ": influence " + std::to_string(logical) + " (" + inf.joint->name +
-             ") has no bind pre-matrix; the inverse of its world matrix now is used.");
+        if (++missing <= 5)
+          without += (missing > 1 ? ", " : "") + std::to_string(logical) + " (" + inf.joint->name + ")";
         n.node->matrices["bindPreMatrix"][logical] = world.inverse();
       }
       n.node->matrices["matrix"][logical] = world;
     }
+    if (missing > 5)
+      without += " and " + std::to_string(missing - 5) + " more";
+    if (missing)
+      warn(n.node->name + ": influence" + (missing > 1 ? "s " : " ") + without + (missing > 1 ? " have" : " has") +
+           " no bind pre-matrix; the inverse of " + (missing > 1 ? "their" : "its") + " world matrix now is used.");
     n.node->matrices["geomMatrix"][-1] = n.skin->geometry_matrix;
     for (const SkinData::Geometry& g : data->geometries) {
       scene().connect(PlugRef{g.input_shape, "worldMesh", 0}, PlugRef{n.node, "input", int(g.logical_index)});
