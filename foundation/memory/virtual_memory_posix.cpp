@@ -44,6 +44,16 @@ CachedRegion g_cache[CACHE_ENTRIES];
 uint32_t g_cache_count = 0;
 uint32_t g_cache_bytes = 0;
 
+// Small blocks are cut from larger mappings, one after another: one system
+// call maps room for a hundred of them, where mapping each alone takes
+// three (the mapping, and trimming both its ends to the alignment). Each
+// block is still its own region, given back on its own (munmap takes any
+// part of a mapping).
+const uint32_t CARVED_MAX_BLOCK = 256u << 10;
+const size_t CARVE_CHUNK = size_t(8) << 20;
+uintptr_t g_carve_next = 0;
+uintptr_t g_carve_end = 0;
+
 CriticalSection& table_lock() {
   static CriticalSection cs(4000);
   return cs;
@@ -158,6 +168,31 @@ void* allocate(uint32_t size) {
         return reinterpret_cast<void*>(cached);
       munmap(reinterpret_cast<void*>(cached), rounded);
       return nullptr;
+    }
+    if (rounded <= CARVED_MAX_BLOCK) {
+      if (g_carve_end - g_carve_next < rounded) {
+        // What is left of the last chunk is given back; a new one, aligned.
+        if (g_carve_end > g_carve_next)
+          munmap(reinterpret_cast<void*>(g_carve_next), g_carve_end - g_carve_next);
+        g_carve_next = g_carve_end = 0;
+        size_t mapped = CARVE_CHUNK + g;
+        void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (p == MAP_FAILED)
+          return nullptr;
+        uintptr_t start = uintptr_t(p);
+        uintptr_t aligned = (start + g - 1) & ~uintptr_t(g - 1);
+        if (aligned > start)
+          munmap(p, aligned - start);
+        if (start + mapped > aligned + CARVE_CHUNK)
+          munmap(reinterpret_cast<void*>(aligned + CARVE_CHUNK), start + mapped - (aligned + CARVE_CHUNK));
+        g_carve_next = aligned;
+        g_carve_end = aligned + CARVE_CHUNK;
+      }
+      uintptr_t block = g_carve_next;
+      if (!enter_region(block, uint32_t(rounded)))
+        return nullptr;
+      g_carve_next += rounded;
+      return reinterpret_cast<void*>(block);
     }
   }
   // Map one alignment unit more and trim both ends to its boundary. Blocks
