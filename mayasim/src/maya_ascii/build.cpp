@@ -668,29 +668,35 @@ void Build::skins() {
     if (file_weights.size() > vertices && vertices > 0)
       warn(n.node->name + ": it has weights for " + std::to_string(file_weights.size()) + " vertices, its mesh " +
            std::to_string(vertices) + "; the rest are ignored.");
+    // A weight as given: its influence's position and its place in the
+    // file, so that of one given twice the last counts.
+    struct Given {
+      unsigned influence;
+      size_t order;
+      double value;
+    };
+    std::vector<Given> given;
     for (size_t v = 0; v < file_weights.size() && v < vertices; ++v) {
-      std::vector<SkinData::Weight>& out = data->weights[v];
+      given.clear();
       for (const auto& w : file_weights[v]) {
         auto p = position_of.find(w.first);
         if (p == position_of.end()) {
           unknown.insert(w.first);
           continue;
         }
-        out.push_back(SkinData::Weight{p->second, w.second});
+        given.push_back(Given{p->second, given.size(), w.second});
       }
-      // In influence order; of a weight given twice, the last counts, and
-      // zeros are no weights.
-      std::stable_sort(out.begin(), out.end(), [](const SkinData::Weight& a, const SkinData::Weight& b) {
-        return a.influence < b.influence;
+      // In influence order; zeros are no weights.
+      std::sort(given.begin(), given.end(), [](const Given& a, const Given& b) {
+        return a.influence != b.influence ? a.influence < b.influence : a.order < b.order;
       });
-      size_t kept = 0;
-      for (size_t k = 0; k < out.size(); ++k) {
-        if (k + 1 < out.size() && out[k + 1].influence == out[k].influence)
+      std::vector<SkinData::Weight>& out = data->weights[v];
+      for (size_t k = 0; k < given.size(); ++k) {
+        if (k + 1 < given.size() && given[k + 1].influence == given[k].influence)
           continue;
-        if (out[k].value != 0.0)
-          out[kept++] = out[k];
+        if (given[k].value != 0.0)
+          out.push_back(SkinData::Weight{given[k].influence, given[k].value});
       }
-      out.resize(kept);
     }
     if (!unknown.empty()) {
       // One warning, however many: a few of the indices, and how many more.
