@@ -44,10 +44,11 @@ void describe_clash(ExporterContext& context, const char* name, const MDagPath& 
 }
 
 // A node being exported: what is known of it before its children are
-// exported, and the next child to look at.
+// exported, and the next child to look at. It keeps the node, not its DAG
+// path: a path is as long as the node is deep, and the open nodes of a
+// chain together would hold a quadratic number of them.
 struct OpenNode {
-  MDagPath path;
-  MFnDagNode node;
+  MObject node;
   String name;
   String parent;
   float local[16];
@@ -57,19 +58,19 @@ struct OpenNode {
   unsigned child_count = 0;
 
   OpenNode(Allocator& a, const MDagPath& p, const char* parent_name)
-      : path(p), node(p), name(a, node.name().asUTF8()), parent(a, parent_name), geometries(a), children(a) {}
+      : node(p.node()), name(a, MFnDagNode(p).name().asUTF8()), parent(a, parent_name), geometries(a), children(a) {}
 };
 
 // Exports the node itself (its log lines, matrix, animation and mesh), not
 // its children. Its record is made now, empty, so that a descendant of the
 // same name is a clash; it is filled when its children are done.
-bool begin_node(ExporterContext& context, SceneDatabase& database, OpenNode& open) {
+bool begin_node(ExporterContext& context, SceneDatabase& database, OpenNode& open, const MDagPath& path) {
   const char* name = open.name.c_str();
   if (database.nodes.has(name)) {
     append_log(context, "A node with name: ");
     append_log(context, name);
     append_log(context, " already found.\n");
-    describe_clash(context, name, open.path);
+    describe_clash(context, name, path);
     return false;
   }
   database.nodes.get_or_insert(name);
@@ -82,19 +83,19 @@ bool begin_node(ExporterContext& context, SceneDatabase& database, OpenNode& ope
   // A root whose DAG parent is a transform (the parent is not exported:
   // unselected, hidden or a default node) keeps its place in the world: its
   // world matrix stands for its local one, here and in every sample.
-  const bool world_space = open.parent.c_str()[0] == 0 && open.path.length() > 1;
-  store_matrix(world_space ? open.path.inclusiveMatrix() : open.node.transformationMatrix(), context.unit_scale,
-               open.local);
+  MFnDagNode node(path);
+  const bool world_space = open.parent.c_str()[0] == 0 && path.length() > 1;
+  store_matrix(world_space ? path.inclusiveMatrix() : node.transformationMatrix(), context.unit_scale, open.local);
 
   if (context.settings->has_time_range)
-    record_animation(context, name, open.path, world_space);
+    record_animation(context, name, path, world_space);
 
-  if (open.path.hasFn(MFn::kMesh)) {
-    if (!export_mesh(context, database, name, open.path))
+  if (path.hasFn(MFn::kMesh)) {
+    if (!export_mesh(context, database, name, path))
       return false;
     open.geometries.push_back(open.name);
   }
-  open.child_count = open.node.childCount();
+  open.child_count = node.childCount();
   return true;
 }
 
@@ -108,17 +109,17 @@ bool export_subtree(ExporterContext& context, SceneDatabase& database, const cha
   bool ok = true;
   OpenNode* first = allocator.make_new<OpenNode>(allocator, path, parent);
   open.push_back(first);
-  ok = begin_node(context, database, *first);
+  ok = begin_node(context, database, *first, path);
   while (ok && !open.empty()) {
     OpenNode& top = *open.back();
     if (top.next_child < top.child_count) {
       MDagPath child;
-      MDagPath::getAPathTo(top.node.child(top.next_child++), child);
+      MDagPath::getAPathTo(MFnDagNode(top.node).child(top.next_child++), child);
       if (!should_export_node(context, child))
         continue;
       OpenNode* next = allocator.make_new<OpenNode>(allocator, child, top.name.c_str());
       open.push_back(next);
-      ok = begin_node(context, database, *next);
+      ok = begin_node(context, database, *next, child);
       continue;
     }
     SceneNode& record = database.nodes.get_or_insert(top.name.c_str());
