@@ -49,6 +49,8 @@ const char* const USAGE =
     "evaluate in it (construction history other than polyCube, polyPlane,\n"
     "polySphere and polyCylinder, constraints, expressions) is printed as a\n"
     "warning naming the node, and a mesh it cannot evaluate fails the export.\n"
+    "Files the scene references are loaded with it, under their namespaces and\n"
+    "with the scene's reference edits; --list shows where each was found.\n"
     "\n"
     "options:\n"
     "  -o, --output FILE     the twi file to write (required to export)\n"
@@ -70,6 +72,15 @@ const char* const USAGE =
     "                        such a skin fails the export. It goes through the\n"
     "                        translator (option max_influences=N), since the\n"
     "                        twi_export command has no flag for it\n"
+    "  --reference-root DIR  look for referenced files below DIR when the path a\n"
+    "                        scene recorded does not lead to them: by the path's\n"
+    "                        trailing folders, then by file name (repeatable;\n"
+    "                        TWI_REFERENCE_PATH adds more, separated as in PATH)\n"
+    "  --map-path FROM=TO    try a recorded path that begins with FROM with TO in\n"
+    "                        its place first (repeatable)\n"
+    "  --missing-references skip|fail\n"
+    "                        what a reference whose file is not found does: fail\n"
+    "                        the load (the default) or leave it out with a warning\n"
     "  --range START:END     playback range in frames (finite, END >= START, at\n"
     "                        most a million samples at 30 a second)\n"
     "  --fps N               frame rate of the scene (15, 24, 25, 30, 48, 50, 60, ...)\n"
@@ -109,6 +120,7 @@ struct Options {
   int fps = 0;
   std::string plugin = TW_PLUGIN_MODULE;
   bool quiet = false;
+  mayasim::ReferenceOptions references;
   int console_port = -1;
   std::string console_address = "127.0.0.1";
   double console_wait = 5.0;
@@ -243,6 +255,20 @@ int parse(int argc, char** argv, Options& o) {
         return usage_error("--fps takes one of Maya's frame rates (such as 24, 25, 30, 60), not \"%s\"",
                            v.c_str());
       o.fps = atoi(v.c_str());
+    } else if (a == "--reference-root") {
+      if (!value(v) || v.empty())
+        return usage_error("%s needs a folder to look for referenced files in", a.c_str());
+      o.references.roots.push_back(v);
+    } else if (a == "--map-path") {
+      size_t eq = value(v) ? v.find('=') : std::string::npos;
+      if (eq == std::string::npos || eq == 0)
+        return usage_error("--map-path takes FROM=TO (a recorded path's beginning and what to put in its place), "
+                           "not \"%s\"", v.c_str());
+      o.references.path_maps.emplace_back(v.substr(0, eq), v.substr(eq + 1));
+    } else if (a == "--missing-references") {
+      if (!value(v) || (v != "skip" && v != "fail"))
+        return usage_error("--missing-references takes skip or fail, not \"%s\"", v.c_str());
+      o.references.skip_missing = v == "skip";
     } else if (a == "--plugin") {
       if (!value(o.plugin))
         return usage_error("%s needs the path of the plug-in module", a.c_str());
@@ -266,6 +292,25 @@ int parse(int argc, char** argv, Options& o) {
       o.scene = a;
     } else {
       return usage_error("one scene only; \"%s\" is one too many", a.c_str());
+    }
+  }
+  // Roots from the environment come after those on the command line,
+  // separated as PATH is.
+  if (const char* env = getenv("TWI_REFERENCE_PATH")) {
+#ifdef _WIN32
+    const char separator = ';';
+#else
+    const char separator = ':';
+#endif
+    std::string list = env;
+    size_t start = 0;
+    while (start <= list.size()) {
+      size_t end = list.find(separator, start);
+      if (end == std::string::npos)
+        end = list.size();
+      if (end > start)
+        o.references.roots.push_back(list.substr(start, end - start));
+      start = end + 1;
     }
   }
   if (o.scene.empty())
@@ -394,7 +439,7 @@ int load_scene(const Options& o, mayasim::MayaAsciiResult& result) {
     demo->build();
     return 0;
   }
-  bool loaded = mayasim::load_maya_ascii(o.scene, result);
+  bool loaded = mayasim::load_maya_ascii(o.scene, result, o.references);
   if ((!o.quiet && !o.list) || !loaded)
     for (const std::string& w : result.warnings)
       printf("Warning: %s\n", w.c_str());
@@ -444,6 +489,18 @@ int export_scene(const Options& o, foundation::ConsoleServer* console) {
   const std::vector<std::string>& warnings = loaded.warnings;
   if (o.list) {
     fputs(mayasim::outline_scene().c_str(), stdout);
+    if (!loaded.references.empty()) {
+      printf("\nReferences (%zu file%s read):\n", loaded.files, loaded.files == 1 ? "" : "s");
+      for (const mayasim::ReferenceRecord& r : loaded.references) {
+        printf("  %*s%s %s: \"%s\"\n", 2 * (r.depth - 1), "", r.node.c_str(), r.state.c_str(), r.written.c_str());
+        if (!r.file.empty())
+          printf("  %*s  found %s: %s\n", 2 * (r.depth - 1), "", r.rule.c_str(), r.file.c_str());
+        if (r.state == "loaded")
+          printf("  %*s  namespace %s, %zu edit%s applied%s\n", 2 * (r.depth - 1), "",
+                 r.ns.empty() ? "(the referencing file's)" : r.ns.c_str(), r.edits, r.edits == 1 ? "" : "s",
+                 r.failed_edits ? (", " + std::to_string(r.failed_edits) + " not (see the warnings)").c_str() : "");
+      }
+    }
     printf("\n%zu warning%s%s\n", warnings.size(), warnings.size() == 1 ? "" : "s", warnings.empty() ? "" : ":");
     for (const std::string& w : warnings)
       printf("  %s\n", w.c_str());

@@ -27,9 +27,11 @@ struct ArtistScene {
 const ArtistScene SCENES[] = {
     {"geneugenegeneugenerigs_rig_BoxMan_Buzz.ma", EXPORTS, nullptr, 5},
     {"geneugenegeneugenerigs_weapon_Sword_short.ma", EXPORTS, nullptr, 7},
-    // References: loaded once file references are.
+    // A template a script fills in: its placeholders are not values.
     {"googlecloudplatformautomatingzyncrenders_base_scene_template.ma", LOAD_REFUSED,
-     "googlecloudplatformautomatingzyncrenders_base_scene_template.ma:5: file -rdi 1 -ns \"CAM\"", 0},
+     "googlecloudplatformautomatingzyncrenders_base_scene_template.ma:89: setAttr \".s\" -type \"double3\" "
+     "<<PART_SCALE>>",
+     0},
     {"googlecloudplatformautomatingzyncrenders_cam_rig.ma", EXPORTS, nullptr, 0},
     {"googlecloudplatformautomatingzyncrenders_light_rig.ma", EXPORTS, nullptr, 1},
     // Construction history mayasim does not evaluate yet.
@@ -38,8 +40,11 @@ const ArtistScene SCENES[] = {
     {"highfestivalife_level_01.ma", EXPORT_REFUSED, "geometry comes from polyTriangulate1", 0},
     {"highfestivalife_pallet.ma", EXPORT_REFUSED, "geometry comes from polyExtrudeFace1", 0},
     {"hizzlehofffacecapcustomavatarexporter_Example.ma", EXPORT_REFUSED, "geometry comes from blendShape1", 0},
+    // Its referenced files are not in the collection.
     {"hpddigitalemily_Emily_2_1_Assemble_mentalray.ma", LOAD_REFUSED,
-     "hpddigitalemily_Emily_2_1_Assemble_mentalray.ma:5: file -rdi 1 -ns \"Geometry\"", 0},
+     "hpddigitalemily_Emily_2_1_Assemble_mentalray.ma:8: the reference \"GeometryRN\" to "
+     "\"scenes/Emily_2_1_Geometry.ma\" was not found; tried 2 places",
+     0},
     {"hpddigitalemily_Emily_2_1_Lightstage_Cameras_Animated.ma", EXPORTS, nullptr, 0},
     {"hpddigitalemily_Emily_2_1_Materials_pbrt.ma", EXPORTS, nullptr, 5},
     {"lumapicturespymel_skel.ma", EXPORTS, nullptr, 0},

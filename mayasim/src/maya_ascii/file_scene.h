@@ -10,6 +10,7 @@
 
 #include "../scene.h"
 #include "names.h"
+#include "references.h"
 
 #include <map>
 #include <memory>
@@ -256,6 +257,8 @@ struct FileScene {
   std::vector<Connection> connections;
   std::vector<std::vector<int>> incoming, outgoing; // connection indices per node
   NameIndex by_name; // node indices by name
+  // The reference edits reference nodes keep, by node index.
+  std::map<int, std::vector<ReferenceEdit>> reference_edits;
   std::vector<std::string> warnings;
   // Meshes loaded without geometry, and why (also among the warnings).
   struct MeshProblem {

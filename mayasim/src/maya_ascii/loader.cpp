@@ -9,6 +9,7 @@
 #include <cstring>
 #include <cmath>
 #include <cstdio>
+#include <deque>
 #include <limits>
 #include <map>
 #include <set>
@@ -67,6 +68,11 @@ std::string_view without_root(std::string_view s) {
 
 std::string quoted(std::string_view s) { return "\"" + escape_controls(s) + "\""; }
 
+std::string_view header_codeset_name(const char* text, size_t size);
+// Whether text is a Maya ASCII file at all (and not a Maya Binary one);
+// why not in `error`.
+bool acceptable_text(const char* text, size_t size, const std::string& name, std::string& error);
+
 // The most paths from the world one node may have. Instances multiply
 // paths (a chain of nodes each instanced twice doubles them at every level),
 // and every walk of the DAG visits each path.
@@ -78,10 +84,17 @@ const double MAX_INSTANCE_PATHS = 65536;
 const size_t DENSE_BYTES_FREE = size_t(64) << 20;
 const size_t DENSE_BYTES_PER_BYTE = 16;
 
+// What a run of statements is: a scene's file, a file it references
+// (its names in the reference's namespace), or one reference edit run as
+// the statement it records (in the namespace of the file that keeps it).
+enum class Mode { Scene, Reference, Edit };
+
 class Runner {
 public:
-  Runner(const char* text, size_t size, FileScene& f)
-      : _lex(text, size), _f(f), _size(size), _dense_left(DENSE_BYTES_FREE + DENSE_BYTES_PER_BYTE * size) {
+  Runner(const char* text, size_t size, FileScene& f, LoadSession& session, const std::string& file,
+         const std::string& prefix, int depth, Mode mode)
+      : _lex(text, size), _f(f), _size(size), _session(session), _file(file), _prefix(prefix), _depth(depth),
+        _mode(mode), _dense_left(DENSE_BYTES_FREE + DENSE_BYTES_PER_BYTE * size) {
     _lex.set_codeset(&_codeset);
   }
   bool run(std::string& error);
@@ -103,6 +116,20 @@ private:
   bool rename();
   bool current_unit();
   bool file_info();
+  bool file();
+  bool reference_edits(int node);
+  // Loads the references the file's `file -r` statements name, in order,
+  // each followed by its reference node's edits.
+  bool load_references();
+  bool load_reference(const ReferenceStatement& r);
+  // A reference that is not loaded: a warning when missing references are
+  // skipped (or `always`), else the load's error.
+  bool not_loaded(ReferenceRecord& record, const std::string& why, bool always);
+  void apply_edits(const std::string& reference_node, ReferenceRecord& record);
+  bool placeholder_edit(const ReferenceEdit& e, std::string& why);
+  // A name as this file gives it, as the scene knows it: in the file's
+  // namespace unless it is in the root namespace (":time1").
+  std::string scene_name(std::string_view name) const;
 
   // Attribute values, by the kind of node they are set on.
   bool assign(int node, const AttrPath& path, std::string_view type);
@@ -168,6 +195,13 @@ private:
   Codeset _codeset;
   FileScene& _f;
   size_t _size;
+  LoadSession& _session;
+  std::string _file;   // for messages, and where its references are looked for from
+  std::string _prefix; // the namespace its names are in ("set:prop:"), or a rename prefix ("set_")
+  int _depth;          // 0: the scene
+  Mode _mode;
+  std::vector<ReferenceStatement> _references;
+  std::deque<std::string> _prefixed; // scratch for resolve
   int _current = -1;
   int64_t _size_hint = 0;     // the current setAttr's -s
   int64_t _capacity_hint = 0; // and its -ch (face corners, for faces)
@@ -192,7 +226,7 @@ bool Runner::fail(const std::string& what) {
   if (!_error.empty())
     return false;
   unsigned at = std::max(_lex.line(), _lex.statement_line());
-  _error = _f.file_name + ":" + std::to_string(at) + ": " + _lex.statement_excerpt();
+  _error = _file + ":" + std::to_string(at) + ": " + _lex.statement_excerpt();
   if (at != _lex.statement_line())
     _error += " (a statement from line " + std::to_string(_lex.statement_line()) + ")";
   _error += ": " + what;
@@ -560,13 +594,22 @@ int Runner::resolve(std::string_view name, int* instance, bool create_defaults) 
   bool absolute = !name.empty() && name[0] == '|';
   std::vector<std::string_view>& parts = _parts;
   parts.clear();
+  _prefixed.clear();
   size_t i = 0;
   while (i <= name.size()) {
     size_t bar = name.find('|', i);
     if (bar == std::string_view::npos)
       bar = name.size();
-    if (bar > i)
-      parts.push_back(without_root(name.substr(i, bar - i)));
+    if (bar > i) {
+      std::string_view part = name.substr(i, bar - i);
+      if (_prefix.empty() || part[0] == ':') {
+        parts.push_back(without_root(part));
+      } else {
+        _prefixed.push_back(_prefix);
+        _prefixed.back().append(part.data(), part.size());
+        parts.push_back(_prefixed.back());
+      }
+    }
     i = bar + 1;
   }
   if (parts.empty() || parts.back().empty()) {
@@ -622,17 +665,19 @@ int Runner::resolve(std::string_view name, int* instance, bool create_defaults) 
 bool Runner::run(std::string& error) {
   // Room for the nodes the text can hold (a createNode statement is some 30
   // bytes at least, usually far more), so that the table grows once.
-  size_t estimate = _size / 400 + 64;
-  _f.nodes.reserve(estimate);
-  _f.incoming.reserve(estimate);
-  _f.outgoing.reserve(estimate);
-  _f.by_name.reserve(estimate);
-  // And for the connections (a connectAttr statement is some 40 bytes).
-  _f.connections.reserve(_size / 200 + 64);
-  // The new scene's nodes (world, cameras, lambert1, initialShadingGroup,
-  // time1) are the file's to refer to.
-  for (Node* n : scene().nodes)
-    add_node(n, n->type_name, node_type(n->type_name), 0);
+  if (_mode == Mode::Scene) {
+    size_t estimate = _size / 400 + 64;
+    _f.nodes.reserve(estimate);
+    _f.incoming.reserve(estimate);
+    _f.outgoing.reserve(estimate);
+    _f.by_name.reserve(estimate);
+    // And for the connections (a connectAttr statement is some 40 bytes).
+    _f.connections.reserve(_size / 200 + 64);
+    // The new scene's nodes (world, cameras, lambert1, initialShadingGroup,
+    // time1) are the file's to refer to.
+    for (Node* n : scene().nodes)
+      add_node(n, n->type_name, node_type(n->type_name), 0);
+  }
   while (_lex.begin_statement()) {
     Word command;
     if (!_lex.next(command)) {
@@ -653,19 +698,24 @@ bool Runner::run(std::string& error) {
       break;
   }
   if (_error.empty() && _lex.failed())
-    _error = _f.file_name + ":" + std::to_string(_lex.error_line()) + ": " + _lex.statement_excerpt() + ": " +
+    _error = _file + ":" + std::to_string(_lex.error_line()) + ": " + _lex.statement_excerpt() + ": " +
              _lex.error();
   // Every file Maya saves holds statements (requires, currentUnit, ...):
   // a file of comments only is not a scene, and loading it as an empty one
   // would hide that nothing was read.
   if (_error.empty() && _statements == 0)
-    _error = _f.file_name + ": no statement was read from it (only comments and blank lines, " +
+    _error = _file + ": no statement was read from it (only comments and blank lines, " +
              std::to_string(_lex.line()) + " line" + (_lex.line() == 1 ? "" : "s") +
              "): it is not a Maya ASCII scene, or its line ends are not ones a Maya file has";
   if (_lex.invalid_text_line() > 0)
-    _f.warnings.push_back(_f.file_name + ":" + std::to_string(_lex.invalid_text_line()) +
+    _f.warnings.push_back(_file + ":" + std::to_string(_lex.invalid_text_line()) +
                           ": text that is not valid in the file's codeset (" + _codeset.name() +
                           "); those characters are shown as U+FFFD.");
+  // Maya loads a file's references once its own statements have run: the
+  // file's nodes stand in for theirs until then (foster parents, the
+  // reference node's placeholders), and the edits move them into place.
+  if (_error.empty() && _mode != Mode::Edit)
+    load_references();
   error = _error;
   return _error.empty();
 }
@@ -689,8 +739,7 @@ bool Runner::statement(std::string_view command) {
   if (command == "currentUnit")
     return current_unit();
   if (command == "file")
-    return fail("the scene references other files; mayasim cannot load references. Import them in Maya "
-                "(Reference Editor: Import Objects from Reference) and save the scene again");
+    return file();
   if (command == "fileInfo")
     return file_info();
   if (command == "requires" || command == "addAttr" || command == "relationship" ||
@@ -699,7 +748,7 @@ bool Runner::statement(std::string_view command) {
   // Other MEL: Maya would run it; the loader skips it and says so once.
   std::string name(command.substr(0, 40));
   if (_skipped_commands.insert(name).second)
-    _f.warnings.push_back(_f.file_name + ":" + std::to_string(_lex.statement_line()) + ": " + name +
+    _f.warnings.push_back(_file + ":" + std::to_string(_lex.statement_line()) + ": " + name +
                           " statements are not read by mayasim; skipped.");
   return true;
 }
@@ -738,10 +787,15 @@ bool Runner::create_node() {
     name = type_name + "1";
   if (!valid_node_name(name))
     return fail("a node cannot be named " + quoted(name));
-  name = std::string(without_root(name));
+  // A shared node of a referenced file (the light linker) is the scene's.
+  name = shared ? std::string(without_root(name)) : scene_name(name);
 
   Node* parent = nullptr;
   if (has_parent) {
+    // A shared node's parent is shared too (a referenced file's default
+    // cameras are the scene's).
+    if (shared && !parent_name.empty() && parent_name[0] != ':' && parent_name[0] != '|')
+      parent_name.insert(0, ":");
     int p = resolve(parent_name, nullptr, false);
     if (p < 0)
       return false;
@@ -857,6 +911,8 @@ bool Runner::set_attr() {
   }
   if (_lex.failed())
     return false;
+  if (type == "dataReferenceEdits")
+    return reference_edits(node);
   return assign(node, path, type);
 }
 
@@ -956,7 +1012,8 @@ bool Runner::assign(int index, const AttrPath& p, std::string_view type) {
     }
     break;
   case Kind::Time:
-    if (p.count == 1 && a.name == "o") {
+    // The current time is the scene's: a referenced file's is not read.
+    if (p.count == 1 && a.name == "o" && _mode != Mode::Reference) {
       known = true;
       ok = number(_f.current_frame);
       _f.has_current_frame = ok;
@@ -1474,7 +1531,7 @@ bool Runner::disconnect_attr() {
     in.erase(in.begin() + long(i));
     return true;
   }
-  _f.warnings.push_back(_f.file_name + ":" + std::to_string(c.line) + ": disconnectAttr: " +
+  _f.warnings.push_back(_file + ":" + std::to_string(c.line) + ": disconnectAttr: " +
                         _f.nodes[size_t(c.source.node)].node->name + "." + c.source.attr + " is not connected to " +
                         _f.nodes[size_t(c.destination.node)].node->name + "." + c.destination.attr + "; nothing to undo.");
   return true;
@@ -1600,15 +1657,330 @@ bool Runner::rename() {
     return fail("a node cannot be named " + quoted(names[1]));
   Node* node = _f.nodes[size_t(n)].node;
   _f.by_name[node->name].remove(n);
-  node->name = std::string(without_root(names[1]));
+  node->name = scene_name(names[1]);
   _f.by_name[node->name].push_back(n);
+  return true;
+}
+
+std::string Runner::scene_name(std::string_view name) const {
+  if (!name.empty() && name[0] == ':')
+    return std::string(without_root(name));
+  return _prefix + std::string(name);
+}
+
+// file -rdi / file -r: a reference declared (loaded once the file's own
+// statements have run) or the load state recorded for one.
+bool Runner::file() {
+  std::vector<Word> words;
+  Word w;
+  while (_lex.next(w))
+    words.push_back(w);
+  if (_lex.failed())
+    return false;
+  ReferenceStatement r;
+  r.line = _lex.statement_line();
+  bool reference = false, record = false;
+  size_t last = words.size();
+  if (last == 0 || !words.back().quoted)
+    return fail("expected the referenced file's path, in quotes, at the end of the statement");
+  --last;
+  auto value = [&](size_t& i, std::string& out) {
+    if (i + 1 >= last)
+      return fail("the flag " + std::string(words[i].text) + " has no value");
+    out = maya_ascii::string_value(words[++i]);
+    return true;
+  };
+  for (size_t i = 0; i < last; ++i) {
+    std::string_view f = words[i].text;
+    std::string v;
+    if (words[i].quoted)
+      return fail("unexpected " + quoted(f.substr(0, 60)));
+    if (f == "-r" || f == "-reference") {
+      reference = true;
+    } else if (f == "-rdi" || f == "-referenceDepthInfo") {
+      if (!value(i, v))
+        return false;
+      record = true;
+      r.depth_info = atoi(v.c_str());
+    } else if (f == "-ns" || f == "-namespace") {
+      if (!value(i, r.ns))
+        return false;
+      r.has_namespace = true;
+    } else if (f == "-dr" || f == "-deferReference") {
+      if (!value(i, v))
+        return false;
+      r.deferred = v == "1" || v == "true" || v == "on" || v == "yes";
+    } else if (f == "-rfn" || f == "-referenceNode") {
+      if (!value(i, r.node))
+        return false;
+    } else if (f == "-typ" || f == "-type") {
+      if (!value(i, r.type))
+        return false;
+    } else if (f == "-shd" || f == "-sharedNodes") {
+      if (!value(i, v))
+        return false;
+      r.shared.push_back(v);
+    } else if (f == "-rpr" || f == "-renamingPrefix") {
+      if (!value(i, r.rename_prefix))
+        return false;
+    } else if (f == "-op" || f == "-options" || f == "-gn" || f == "-groupName" || f == "-lrd" ||
+               f == "-loadReferenceDepth") {
+      if (!value(i, v))
+        return false;
+    } else if (i + 1 < last && !(words[i + 1].text.size() > 1 && words[i + 1].text[0] == '-' &&
+                                 std::isalpha(static_cast<unsigned char>(words[i + 1].text[1])))) {
+      ++i; // another flag and its value: nothing the load needs
+    }
+  }
+  r.path = maya_ascii::string_value(words.back());
+  if (!reference && !record) {
+    _f.warnings.push_back(_file + ":" + std::to_string(r.line) +
+                          ": a file statement that neither references nor records a reference; skipped.");
+    return true;
+  }
+  if (r.node.empty())
+    r.node = (r.has_namespace && r.ns != ":" ? r.ns : std::string("reference")) + "RN";
+  r.load = reference;
+  // The scene records the load state of its whole tree of references;
+  // a referenced file's own records count where the scene's say nothing.
+  if (record && r.depth_info > 0) {
+    std::string node = _mode == Mode::Scene ? r.node : scene_name(r.node);
+    if (_mode == Mode::Scene || (r.depth_info == 1 && !_session.deferred.count(node)))
+      _session.deferred[node] = r.deferred;
+  }
+  if (reference)
+    _references.push_back(std::move(r));
+  return true;
+}
+
+// A reference node's edits: kept for when its file has been loaded.
+bool Runner::reference_edits(int node) {
+  std::vector<EditWord> words;
+  Word w;
+  while (_lex.next(w))
+    words.push_back(EditWord{w.quoted ? maya_ascii::string_value(w) : std::string(w.text), w.quoted});
+  if (_lex.failed())
+    return false;
+  if (words.empty())
+    return true;
+  std::vector<ReferenceEdit> edits;
+  std::string why;
+  if (!parse_reference_edits(words, edits, why))
+    return fail("the reference edits cannot be read: " + why);
+  for (ReferenceEdit& e : edits)
+    e.line = _lex.statement_line();
+  std::vector<ReferenceEdit>& kept = _f.reference_edits[node];
+  kept.insert(kept.end(), std::make_move_iterator(edits.begin()), std::make_move_iterator(edits.end()));
+  return true;
+}
+
+bool Runner::load_references() {
+  for (const ReferenceStatement& r : _references)
+    if (!load_reference(r))
+      return false;
+  return true;
+}
+
+bool Runner::not_loaded(ReferenceRecord& record, const std::string& why, bool always) {
+  if (always || _session.options->skip_missing) {
+    record.state = "missing";
+    _f.warnings.push_back(why + (always ? "" : "; skipped (--missing-references skip)") + ".");
+    return true;
+  }
+  if (_error.empty())
+    _error = why + ". Give the folder that holds it with --reference-root DIR, map the recorded path with "
+                   "--map-path FROM=TO, or load the scene without it with --missing-references skip";
+  return false;
+}
+
+bool Runner::load_reference(const ReferenceStatement& r) {
+  // Namespaces nest: a reference's nodes are in its namespace inside the
+  // referencing file's; -ns ":" leaves them in the referencing file's own.
+  std::string prefix = _prefix;
+  if (r.has_namespace && !without_root(r.ns).empty())
+    prefix += std::string(without_root(r.ns)) + ":";
+  else if (!r.has_namespace && !r.rename_prefix.empty())
+    prefix += r.rename_prefix + "_";
+  std::string node = scene_name(r.node);
+  _session.references.push_back(ReferenceRecord());
+  size_t at = _session.references.size() - 1;
+  {
+    ReferenceRecord& record = _session.references[at];
+    record.node = node;
+    record.ns = prefix.empty() || prefix.back() != ':' ? prefix : prefix.substr(0, prefix.size() - 1);
+    record.written = r.path;
+    record.depth = _depth + 1;
+  }
+  auto record = [&]() -> ReferenceRecord& { return _session.references[at]; };
+  std::string where = _file + ":" + std::to_string(r.line) + ": the reference " + quoted(node) + " to " +
+                      quoted(r.path);
+  auto deferred = _session.deferred.find(node);
+  if (deferred != _session.deferred.end() && deferred->second) {
+    record().state = "deferred";
+    _f.warnings.push_back(where + " was unloaded when the scene was saved; it is left out, as Maya leaves it.");
+    return true;
+  }
+  if (!r.type.empty() && r.type != "mayaAscii" && r.type != "mayaBinary")
+    return not_loaded(record(), where + " is a " + quoted(r.type) + " file, which mayasim cannot load", false);
+  if (_depth + 1 > MAX_REFERENCE_DEPTH) {
+    _error = where + " is nested " + std::to_string(_depth + 1) + " references deep; the most is " +
+             std::to_string(MAX_REFERENCE_DEPTH);
+    return false;
+  }
+  if (_session.files >= MAX_REFERENCE_FILES) {
+    _error = where + ": the scene has read " + std::to_string(_session.files) +
+             " files already, the most one load reads (do its references reference each other over and over?)";
+    return false;
+  }
+  FoundFile found;
+  if (!find_reference_file(r.path, _file, _session.scene_file, *_session.options, found)) {
+    std::string why = where + " was not found; tried " + std::to_string(found.tried.size()) + " place" +
+                      (found.tried.size() == 1 ? "" : "s") + ":";
+    for (size_t i = 0; i < found.tried.size(); ++i)
+      why += (i ? ", " : " ") + found.tried[i];
+    if (found.tried.empty())
+      why += " none (the path is empty)";
+    return not_loaded(record(), why, false);
+  }
+  record().file = found.path;
+  record().rule = found.rule;
+  std::string identity = file_identity(found.path, *_session.options);
+  for (size_t i = 0; i < _session.loading.size(); ++i)
+    if (_session.loading[i] == identity) {
+      std::string chain;
+      for (size_t k = i; k < _session.loading.size(); ++k)
+        chain += _session.loading[k] + " -> ";
+      _error = where + " leads back to a file that is being loaded: " + chain + found.path +
+               ". A file cannot reference itself, directly or through others";
+      return false;
+    }
+  std::string text, error;
+  if (!read_reference_file(found.path, *_session.options, text, error))
+    return not_loaded(record(), where + ": " + error, false);
+  ++_session.files;
+  if (!acceptable_text(text.data(), text.size(), found.path, error))
+    return not_loaded(record(), where + " (found " + found.rule + "): " + error, false);
+  // A referenced file's units are its own; the scene's stay the scene's.
+  double centimetres = _f.centimetres_per_unit, radians = _f.radians_per_unit, seconds = _f.seconds_per_frame;
+  MTime::Unit time_unit = _f.time_unit;
+  MDistance::Unit linear = _f.linear_unit;
+  _session.loading.push_back(identity);
+  Runner child(text.data(), text.size(), _f, _session, found.path, prefix, _depth + 1, Mode::Reference);
+  std::string_view codeset = header_codeset_name(text.data(), text.size());
+  if (!codeset.empty())
+    child.header_codeset(codeset);
+  bool ok = child.run(error);
+  _session.loading.pop_back();
+  _f.centimetres_per_unit = centimetres;
+  _f.radians_per_unit = radians;
+  _f.seconds_per_frame = seconds;
+  _f.time_unit = time_unit;
+  _f.linear_unit = linear;
+  _path_counts.clear();
+  if (!ok) {
+    _error = error + " (in the reference " + quoted(node) + " of " + _file + ":" + std::to_string(r.line) + ")";
+    return false;
+  }
+  record().state = "loaded";
+  apply_edits(node, record());
+  return true;
+}
+
+// The edits the reference node keeps, in the order it keeps them. An edit
+// whose node or attribute is gone is a warning, as Maya reports it.
+void Runner::apply_edits(const std::string& reference_node, ReferenceRecord& record) {
+  const NodeList* nodes = _f.by_name.find(reference_node);
+  if (!nodes || nodes->size() == 0)
+    return;
+  auto kept = _f.reference_edits.find((*nodes)[0]);
+  if (kept == _f.reference_edits.end())
+    return;
+  std::set<int> unread_kinds;
+  for (const ReferenceEdit& e : kept->second) {
+    std::string why;
+    bool ok = true;
+    if (e.kind == 5) {
+      ok = placeholder_edit(e, why);
+    } else if (e.kind == 1) {
+      ok = true; // addAttr: dynamic attributes are not kept
+    } else {
+      std::string statement = edit_statement(e);
+      if (statement.empty()) {
+        if (e.kind > 4)
+          unread_kinds.insert(e.kind);
+        else
+          _f.warnings.push_back(_file + ":" + std::to_string(e.line) + ": a reference edit of " +
+                                quoted(reference_node) + " (kind " + std::to_string(e.kind) +
+                                ") has too few values; skipped.");
+        continue;
+      }
+      Runner edit(statement.data(), statement.size(), _f, _session, "edit", _prefix, _depth, Mode::Edit);
+      std::string error;
+      ok = edit.run(error);
+      if (!ok) {
+        // "edit:1: STATEMENT: why" without the made-up place.
+        size_t colon = error.find(": ", 0);
+        why = colon == std::string::npos ? error : error.substr(colon + 2);
+      }
+      _path_counts.clear();
+    }
+    if (ok) {
+      ++record.edits;
+    } else {
+      ++record.failed_edits;
+      _f.warnings.push_back(_file + ":" + std::to_string(e.line) + ": a reference edit of " + quoted(reference_node) +
+                            " was not applied: " + why + ".");
+    }
+  }
+  for (int kind : unread_kinds)
+    _f.warnings.push_back(_file + ": reference edits of kind " + std::to_string(kind) + " on " +
+                          quoted(reference_node) + " are not read by mayasim; skipped.");
+}
+
+// A connection the referencing file made to a reference node's placeholder
+// becomes one to the referenced plug the edit names.
+bool Runner::placeholder_edit(const ReferenceEdit& e, std::string& why) {
+  if (e.args.size() < 3 || (e.sub != 3 && e.sub != 4)) {
+    why = "a placeholder edit needs a connection kind of 3 or 4 and three plugs";
+    return false;
+  }
+  int index = placeholder_index(e.args[2]);
+  if (index < 0) {
+    why = quoted(e.args[2]) + " is not a placeholder";
+    return false;
+  }
+  Plug placeholder, target;
+  if (!parse_plug(e.args[2], placeholder) || !parse_plug(e.args[1], target)) {
+    size_t colon = _error.rfind(": ");
+    why = colon == std::string::npos ? _error : _error.substr(colon + 2);
+    _error.clear();
+    return false;
+  }
+  std::string short_form = "phl[" + std::to_string(index) + "]";
+  std::string long_form = "placeHolderList[" + std::to_string(index) + "]";
+  auto is_placeholder = [&](const Plug& p) {
+    return p.node == placeholder.node && (p.attr == short_form || p.attr == long_form);
+  };
+  bool source = e.sub == 3;
+  std::vector<int>& lists = source ? _f.outgoing[size_t(placeholder.node)] : _f.incoming[size_t(placeholder.node)];
+  for (size_t i = 0; i < lists.size();) {
+    Connection& c = _f.connections[size_t(lists[i])];
+    Plug& end = source ? c.source : c.destination;
+    if (c.removed || !is_placeholder(end)) {
+      ++i;
+      continue;
+    }
+    end = target;
+    (source ? _f.outgoing : _f.incoming)[size_t(target.node)].push_back(lists[i]);
+    lists.erase(lists.begin() + long(i));
+  }
   return true;
 }
 
 void Runner::header_codeset(std::string_view name) {
   std::string why;
   if (!_codeset.set(name, why))
-    _f.warnings.push_back(_f.file_name + ": " + why + "; its strings are read as UTF-8 (characters that are not "
+    _f.warnings.push_back(_file + ": " + why + "; its strings are read as UTF-8 (characters that are not "
                           "UTF-8 are shown as U+FFFD).");
 }
 
@@ -1719,22 +2091,38 @@ bool starts_like_a_scene(const char* text, size_t size) {
   return false;
 }
 
-} // namespace
 
-bool run_statements(const char* text, size_t size, FileScene& scene, std::string& error) {
+bool acceptable_text(const char* text, size_t size, const std::string& name, std::string& error) {
   static const char MAGIC[] = "//Maya ASCII";
   if (size >= 4 && (std::string_view(text, 4) == "FOR4" || std::string_view(text, 4) == "FOR8")) {
-    error = scene.file_name + ": this is a Maya Binary file; mayasim reads Maya ASCII (.ma) files. Save the scene "
-                              "as Maya ASCII.";
+    error = name + ": this is a Maya Binary file; mayasim reads Maya ASCII (.ma) files. Save the scene as Maya "
+                   "ASCII.";
     return false;
   }
   bool header = size >= sizeof(MAGIC) - 1 && std::string_view(text, sizeof(MAGIC) - 1) == MAGIC;
   if (!header && !starts_like_a_scene(text, size)) {
-    error = scene.file_name + ":1: not a Maya ASCII file (it does not start with \"//Maya ASCII\", nor with a "
-                              "command Maya writes into scenes)";
+    error = name + ":1: not a Maya ASCII file (it does not start with \"//Maya ASCII\", nor with a command Maya "
+                   "writes into scenes)";
     return false;
   }
-  Runner runner(text, size, scene);
+  return true;
+}
+
+} // namespace
+
+bool run_statements(const char* text, size_t size, FileScene& scene, std::string& error, LoadSession* session) {
+  if (!acceptable_text(text, size, scene.file_name, error))
+    return false;
+  ReferenceOptions no_options;
+  LoadSession own;
+  if (!session) {
+    own.options = &no_options;
+    own.scene_file = scene.file_name;
+    session = &own;
+  }
+  if (session->loading.empty())
+    session->loading.push_back(file_identity(scene.file_name, *session->options));
+  Runner runner(text, size, scene, *session, scene.file_name, std::string(), 0, Mode::Scene);
   std::string_view codeset = header_codeset_name(text, size);
   if (!codeset.empty())
     runner.header_codeset(codeset);

@@ -12,12 +12,20 @@
 namespace mayasim {
 
 bool load_maya_ascii_text(const char* text, size_t size, const std::string& name, MayaAsciiResult& result) {
+  return load_maya_ascii_text(text, size, name, result, ReferenceOptions());
+}
+
+bool load_maya_ascii_text(const char* text, size_t size, const std::string& name, MayaAsciiResult& result,
+                          const ReferenceOptions& references) {
   result = MayaAsciiResult();
   result.bytes = size;
   new_scene();
   maya_ascii::FileScene file;
   file.file_name = name;
   std::string error;
+  maya_ascii::LoadSession session;
+  session.options = &references;
+  session.scene_file = name;
   // Messages go to terminals: what they quote from the file is printed
   // with its control bytes escaped.
   auto take_warnings = [&] {
@@ -25,7 +33,10 @@ bool load_maya_ascii_text(const char* text, size_t size, const std::string& name
       result.warnings.push_back(maya_ascii::escape_controls(w));
   };
   try {
-    if (!maya_ascii::run_statements(text, size, file, error)) {
+    bool ran = maya_ascii::run_statements(text, size, file, error, &session);
+    result.references = session.references;
+    result.files = session.files;
+    if (!ran) {
       result.error = maya_ascii::escape_controls(error);
       take_warnings();
       new_scene();
@@ -60,6 +71,10 @@ bool load_maya_ascii_text(const char* text, size_t size, const std::string& name
 }
 
 bool load_maya_ascii(const std::string& path, MayaAsciiResult& result) {
+  return load_maya_ascii(path, result, ReferenceOptions());
+}
+
+bool load_maya_ascii(const std::string& path, MayaAsciiResult& result, const ReferenceOptions& references) {
   FILE* f = fopen(path.c_str(), "rb");
   if (!f) {
     result = MayaAsciiResult();
@@ -84,7 +99,7 @@ bool load_maya_ascii(const std::string& path, MayaAsciiResult& result) {
     result.error = "Cannot read " + path + ": " + strerror(saved);
     return false;
   }
-  if (!load_maya_ascii_text(text.data(), text.size(), path, result))
+  if (!load_maya_ascii_text(text.data(), text.size(), path, result, references))
     return false;
   scene().current_file = absolute_path(path);
   return true;

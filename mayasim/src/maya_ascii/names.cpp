@@ -24,6 +24,10 @@ const TypeEntry TYPES[] = {
     {"mesh", Kind::Mesh, MFn::kMesh, true},
     {"camera", Kind::Other, MFn::kCamera, true},
     {"locator", Kind::Other, MFn::kLocator, true},
+    // Holds a referencing file's nodes that its reference edits put below
+    // referenced ones, until the reference has loaded.
+    {"fosterParent", Kind::Other, MFn::kUnknownDag, true},
+    {"reference", Kind::Other, MFn::kReference, false},
     {"nurbsCurve", Kind::Other, MFn::kNurbsCurve, true},
     {"nurbsSurface", Kind::Other, MFn::kNurbsSurface, true},
     {"ikHandle", Kind::Other, MFn::kIkHandle, true},
