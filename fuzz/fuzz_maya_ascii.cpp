@@ -29,6 +29,7 @@
 #include <sstream>
 #include <stdio.h>
 #include <stdlib.h>
+#include <map>
 #include <string>
 #include <unistd.h>
 
@@ -74,10 +75,25 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  // An input may hold a second file after a "//@@ref" line: the file the
+  // scene's references name as /fuzz/ref.ma (or anything ending in ref.ma,
+  // found by the lookup rules), so that references, their edits and the
+  // referenced file's statements are fuzzed together.
+  std::string input(reinterpret_cast<const char*>(data), size);
+  std::map<std::string, std::string> files;
+  static const char SEPARATOR[] = "\n//@@ref\n";
+  size_t split = input.find(SEPARATOR);
+  files["/fuzz/scene.ma"] = input.substr(0, split);
+  if (split != std::string::npos)
+    files["/fuzz/ref.ma"] = input.substr(split + sizeof(SEPARATOR) - 1);
+  mayasim::ReferenceOptions references;
+  references.files = &files;
+  references.skip_missing = size % 2 == 1;
+  const std::string& scene = files["/fuzz/scene.ma"];
   mayasim::MayaAsciiResult result;
-  bool loaded = mayasim::load_maya_ascii_text(reinterpret_cast<const char*>(data), size, "fuzz.ma", result);
+  bool loaded = mayasim::load_maya_ascii_text(scene.data(), scene.size(), "/fuzz/scene.ma", result, references);
   if (!loaded) {
-    if (result.error.compare(0, 7, "fuzz.ma") != 0) {
+    if (result.error.compare(0, 6, "/fuzz/") != 0) {
       fprintf(stderr, "an error that does not name the file: %s\n", result.error.c_str());
       abort();
     }

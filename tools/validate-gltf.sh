@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Converts every demo scene, every scene of the project (tests/data/scenes),
 # and every scene of the shared Maya collections that exports (maya-ascii,
-# maya-truth, maya-artists), to .glb and .gltf with `twi gltf` and checks
+# maya-truth, maya-artists, two assembled from references), to .glb and .gltf with `twi gltf` and checks
 # each with the Khronos glTF validator. Exits 1 on any validator error or
 # failed conversion, and on an export failure of a demo, project, maya-ascii
 # or maya-truth scene other than the designed refusals; artists' scenes that
@@ -80,6 +80,11 @@ if [ -n "$shared" ]; then
   done
   for ma in "$shared"/maya-artists/*.ma; do
     export_or_refuse "$(basename "$ma" .ma)" "$ma" listed
+  done
+  # Scenes assembled from references nested three deep, and one file
+  # referenced twice with edits.
+  for ma in "$shared"/maya-references/refbase.ma "$shared"/maya-references/ref2re.ma; do
+    export_or_refuse "references_$(basename "$ma" .ma)" "$ma"
   done
 elif [ "${TW_REQUIRE_TESTDATA:-0}" = 1 ]; then
   echo "validate-gltf: the Maya ASCII collection is missing (looked in \$TW_SHARED_TESTDATA, ../shared/testdata, /work/shared/testdata)"
