@@ -19,6 +19,7 @@
 //                               under a profiler
 #include "bench_process.h"
 #include "bench_scenes.h"
+#include "goal_tally.h"
 
 #include "exporter/export_driver.h"
 #include "exporter/exporter_context.h"
@@ -707,13 +708,7 @@ void build_static(uint32_t n) { bench_scenes::static_mesh(n); }
 void build_skinned(uint32_t n) { bench_scenes::skinned_mesh(n); }
 void build_joints(uint32_t n) { bench_scenes::animated_joints(int(n), 100); }
 
-int missed = 0;
-
-const char* verdict(bool met) {
-  if (!met)
-    ++missed;
-  return met ? "met" : "MISSED";
-}
+bench::GoalTally goals;
 
 } // namespace
 
@@ -857,9 +852,9 @@ int main(int argc, char** argv) {
     }
   }
   printf("\n%-40s %s\n", "time changes = samples + 1 (the restore),", "");
-  printf("%-40s %s\n", "evaluations <= samples x animated nodes", verdict(counts_ok));
+  printf("%-40s %s\n", "evaluations <= samples x animated nodes", goals.verdict(counts_ok));
   printf("%-40s %7.1fx  (goal >= 20x)  %s\n", "joints scene, modelled: node by node / one pass", joints_ratio,
-         verdict(joints_ratio >= 20.0));
+         goals.verdict(joints_ratio >= 20.0));
 
   printf("\nDatabase -> file, the same database to the same file, best of 5; seconds\n\n");
   printf("%-28s %9s %10s %9s %12s %12s %10s\n", "scene", "ours", "RapidJSON", "snprintf", "vs RapidJSON",
@@ -877,9 +872,9 @@ int main(int argc, char** argv) {
     worst_printf = std::max(worst_printf, p.ours / p.printf_);
     all_same = all_same && p.same_text;
   }
-  printf("%-28s %11.3fx %11.1fx  %s\n", "ours / RapidJSON", worst_rapid, 0.5, verdict(worst_rapid <= 0.5));
-  printf("%-28s %11.3fx %11.1fx  %s\n", "ours / snprintf", worst_printf, 0.2, verdict(worst_printf <= 0.2));
-  printf("%-28s %12s %12s  %s\n", "snprintf prints our text", all_same ? "yes" : "no", "yes", verdict(all_same));
+  printf("%-28s %11.3fx %11.1fx  %s\n", "ours / RapidJSON", worst_rapid, 0.5, goals.verdict(worst_rapid <= 0.5));
+  printf("%-28s %11.3fx %11.1fx  %s\n", "ours / snprintf", worst_printf, 0.2, goals.verdict(worst_printf <= 0.2));
+  printf("%-28s %12s %12s  %s\n", "snprintf prints our text", all_same ? "yes" : "no", "yes", goals.verdict(all_same));
 
   printf("\nMemory of an export on the translator's path (counting allocator + temporary pool), MB\n\n");
   printf("%-28s %9s %9s %9s %9s %9s %9s %11s\n", "scene", "database", "tree", "text", "sum", "peak", "peak/sum",
@@ -896,8 +891,8 @@ int main(int argc, char** argv) {
            double(m.tree) / 1e6, double(m.text) / 1e6, sum / 1e6, double(m.peak) / 1e6, ratio,
            m.given_back ? "yes" : "NO");
   }
-  printf("\n%-28s %11.2fx %11.1fx  %s\n", "peak / (db + tree + text)", worst_memory, 1.3, verdict(worst_memory <= 1.3));
-  printf("%-28s %12s %12s  %s\n", "everything given back", all_back ? "yes" : "no", "yes", verdict(all_back));
+  printf("\n%-28s %11.2fx %11.1fx  %s\n", "peak / (db + tree + text)", worst_memory, 1.3, goals.verdict(worst_memory <= 1.3));
+  printf("%-28s %12s %12s  %s\n", "everything given back", all_back ? "yes" : "no", "yes", goals.verdict(all_back));
 
   printf("\nGrowth with size (static mesh, quads): per vertex and per face\n\n");
   printf("%10s %10s %12s %14s %16s %14s\n", "vertices", "faces", "seconds", "us / vertex", "peak B / vertex",
@@ -919,7 +914,7 @@ int main(int argc, char** argv) {
            double(m.peak) / n, double(m.peak) / faces);
   }
 
-  printf("\n%d goal(s) missed\n", missed);
+  printf("\n%d goal(s) missed\n", goals.missed);
   host.unload_all();
   memory_globals::shutdown();
   return 0;

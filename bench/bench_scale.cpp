@@ -12,6 +12,7 @@
 //
 //   bench_scale [--quick]      (--quick: 2,000 transforms)
 #include "bench_process.h"
+#include "goal_tally.h"
 
 #include "foundation/config/dynamic_config_value.h"
 #include "foundation/config/parse_simplified_json.h"
@@ -146,13 +147,7 @@ uint64_t tree_bytes(const std::string& path) {
   return peak;
 }
 
-int missed = 0;
-
-const char* verdict(bool met) {
-  if (!met)
-    ++missed;
-  return met ? "met" : "MISSED";
-}
+bench::GoalTally goals;
 
 } // namespace
 
@@ -200,10 +195,10 @@ int main(int argc, char** argv) {
   printf("%-12s %10.2f\n\n", "all three", total);
   printf("document text %.1f MB, its tree %.1f MB: %.1f MB the format requires\n", text / 1e6, tree / 1e6,
          required / 1e6);
-  printf("\n%-44s %9.2f s   %s\n", "export + check + glTF (goal under 5 s)", total, verdict(total < 5.0));
+  printf("\n%-44s %9.2f s   %s\n", "export + check + glTF (goal under 5 s)", total, goals.verdict(total < 5.0));
   printf("%-44s %9.2fx   %s\n", "export's peak / (tree + text) (goal <= 2x)", export_peak / required,
-         verdict(export_peak <= 2.0 * required));
-  printf("\n%d goal(s) missed\n", missed);
+         goals.verdict(export_peak <= 2.0 * required));
+  printf("\n%d goal(s) missed\n", goals.missed);
   memory_globals::shutdown();
   return 0;
 }

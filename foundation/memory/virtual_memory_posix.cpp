@@ -154,6 +154,23 @@ bool put_cached(uintptr_t address, uint32_t size) {
   return true;
 }
 
+// `size` bytes mapped at a multiple of `align` (a power of two): one
+// alignment unit more is mapped and both ends trimmed to the boundary.
+// 0 when the system has no room.
+uintptr_t map_aligned(size_t size, size_t align, int flags) {
+  size_t mapped = size + align;
+  void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | flags, -1, 0);
+  if (p == MAP_FAILED)
+    return 0;
+  uintptr_t start = uintptr_t(p);
+  uintptr_t aligned = (start + align - 1) & ~uintptr_t(align - 1);
+  if (aligned > start)
+    munmap(p, aligned - start);
+  if (start + mapped > aligned + size)
+    munmap(reinterpret_cast<void*>(aligned + size), start + mapped - (aligned + size));
+  return aligned;
+}
+
 } // namespace
 
 void* allocate(uint32_t size) {
@@ -175,16 +192,9 @@ void* allocate(uint32_t size) {
         if (g_carve_end > g_carve_next)
           munmap(reinterpret_cast<void*>(g_carve_next), g_carve_end - g_carve_next);
         g_carve_next = g_carve_end = 0;
-        size_t mapped = CARVE_CHUNK + g;
-        void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (p == MAP_FAILED)
+        uintptr_t aligned = map_aligned(CARVE_CHUNK, g, 0);
+        if (!aligned)
           return nullptr;
-        uintptr_t start = uintptr_t(p);
-        uintptr_t aligned = (start + g - 1) & ~uintptr_t(g - 1);
-        if (aligned > start)
-          munmap(p, aligned - start);
-        if (start + mapped > aligned + CARVE_CHUNK)
-          munmap(reinterpret_cast<void*>(aligned + CARVE_CHUNK), start + mapped - (aligned + CARVE_CHUNK));
         g_carve_next = aligned;
         g_carve_end = aligned + CARVE_CHUNK;
       }
@@ -195,8 +205,7 @@ void* allocate(uint32_t size) {
       return reinterpret_cast<void*>(block);
     }
   }
-  // Map one alignment unit more and trim both ends to its boundary. Blocks
-  // from 256 KiB up to a few megabytes are filled in one go: whoever asks
+  // A mapping of its own. Blocks from 256 KiB up to a few megabytes are filled in one go: whoever asks
   // for whole pages uses them, and one system call is far cheaper than a
   // fault on every page. Blocks of several megabytes are aligned to the
   // 2 MiB of a huge page, which the system may use for them where it has
@@ -208,19 +217,10 @@ void* allocate(uint32_t size) {
   const size_t huge = size_t(2) << 20;
   bool large = rounded >= 2 * huge;
   size_t align = large ? huge : g;
-  size_t mapped = rounded + align;
   int populate = !large && rounded >= (256u << 10) ? MAP_POPULATE : 0;
-  void* p = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | populate, -1, 0);
-  if (p == MAP_FAILED)
+  uintptr_t aligned = map_aligned(rounded, align, populate);
+  if (!aligned)
     return nullptr;
-  uintptr_t start = uintptr_t(p);
-  uintptr_t aligned = (start + align - 1) & ~uintptr_t(align - 1);
-  if (aligned > start)
-    munmap(p, aligned - start);
-  uintptr_t end = aligned + rounded;
-  uintptr_t mapped_end = start + mapped;
-  if (mapped_end > end)
-    munmap(reinterpret_cast<void*>(end), mapped_end - end);
 
   ScopedCriticalSection lock(table_lock());
   if (!enter_region(aligned, uint32_t(rounded))) {

@@ -24,42 +24,6 @@ void set_status(MStatus* status, T code) {
     *status = code;
 }
 
-// $NAME and ${NAME} replaced by the environment's values.
-std::string expand_environment(const std::string& s) {
-  std::string out;
-  for (size_t i = 0; i < s.size(); ++i) {
-    if (s[i] != '$') {
-      out += s[i];
-      continue;
-    }
-    size_t start = i + 1, end;
-    bool braced = start < s.size() && s[start] == '{';
-    if (braced) {
-      end = s.find('}', start);
-      if (end == std::string::npos) {
-        out += s[i];
-        continue;
-      }
-      std::string name = s.substr(start + 1, end - start - 1);
-      const char* v = getenv(name.c_str());
-      out += v ? v : "";
-      i = end;
-    } else {
-      end = start;
-      while (end < s.size() && (isalnum(static_cast<unsigned char>(s[end])) || s[end] == '_'))
-        ++end;
-      if (end == start) {
-        out += s[i];
-        continue;
-      }
-      const char* v = getenv(s.substr(start, end - start).c_str());
-      out += v ? v : "";
-      i = end - 1;
-    }
-  }
-  return out;
-}
-
 bool file_exists(const std::string& path) {
   struct stat st;
   return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);

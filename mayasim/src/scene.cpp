@@ -1,5 +1,11 @@
 #include "scene.h"
 
+#include <ctype.h>
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <math.h>
 #include <string.h>
@@ -281,6 +287,69 @@ void new_scene() {
   s.current_file = absolute_path("untitled");
 }
 
+std::string expand_environment(const std::string& s, bool keep_unset) {
+  std::string out;
+  size_t i = 0;
+  while (i < s.size()) {
+    if (s[i] != '$') {
+      out += s[i++];
+      continue;
+    }
+    size_t start = i + 1, end;
+    bool braced = start < s.size() && s[start] == '{';
+    if (braced) {
+      end = s.find('}', start);
+      if (end == std::string::npos) {
+        out += s.substr(i);
+        break;
+      }
+      ++start;
+    } else {
+      end = start;
+      while (end < s.size() && (isalnum(static_cast<unsigned char>(s[end])) || s[end] == '_'))
+        ++end;
+    }
+    size_t next = braced ? end + 1 : end;
+    if (end == start && !braced) {
+      out += s[i++];
+      continue;
+    }
+    const char* value = getenv(s.substr(start, end - start).c_str());
+    if (value)
+      out += value;
+    else if (keep_unset)
+      out += s.substr(i, next - i);
+    i = next;
+  }
+  return out;
+}
+
+bool read_whole_file(const std::string& path, std::string& text, std::string& error) {
+  FILE* f = fopen(path.c_str(), "rb");
+  if (!f) {
+    error = "Cannot open " + path + ": " + strerror(errno);
+    return false;
+  }
+  // Sized from the file when it says its size (a pipe does not), then read
+  // to its end whatever it said.
+  text.clear();
+  struct stat info;
+  if (fstat(fileno(f), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0)
+    text.reserve(size_t(info.st_size) + 1);
+  char buffer[1 << 16];
+  size_t got;
+  while ((got = fread(buffer, 1, sizeof(buffer), f)) > 0)
+    text.append(buffer, got);
+  bool failed = ferror(f) != 0;
+  int saved = errno;
+  fclose(f);
+  if (failed) {
+    error = "Cannot read " + path + ": " + strerror(saved);
+    return false;
+  }
+  return true;
+}
+
 std::string absolute_path(const std::string& path) {
   std::string full = path;
   if (full.empty() || full[0] != '/') {
@@ -390,26 +459,33 @@ std::vector<Path> all_paths_to(Node* node) {
 }
 
 size_t count_paths_to(Node* node) {
-  if (!node || node->type == MFn::kWorld)
+  std::unordered_map<const Node*, double> counts;
+  return size_t(count_paths_to(node, counts));
+}
+
+double count_paths_to(const Node* node, std::unordered_map<const Node*, double>& known) {
+  if (!node || node->parents.empty())
     return 1;
-  // Counts per node, each worked out once its parents' are known.
-  std::unordered_map<const Node*, size_t> counts;
-  std::vector<Node*> todo{node};
+  auto found = known.find(node);
+  if (found != known.end())
+    return found->second;
+  // Each node's count is worked out once its parents' are known.
+  std::vector<const Node*> todo{node};
   while (!todo.empty()) {
-    Node* n = todo.back();
-    if (counts.count(n)) {
+    const Node* n = todo.back();
+    if (known.count(n)) {
       todo.pop_back();
       continue;
     }
-    size_t total = n->parents.empty() ? 1 : 0;
+    double total = 0;
     bool ready = true;
-    for (Node* p : n->parents) {
-      if (!p || p->type == MFn::kWorld) {
+    for (const Node* p : n->parents) {
+      if (!p || p->parents.empty()) {
         total += 1;
         continue;
       }
-      auto c = counts.find(p);
-      if (c == counts.end()) {
+      auto c = known.find(p);
+      if (c == known.end()) {
         ready = false;
         todo.push_back(p);
       } else {
@@ -417,11 +493,11 @@ size_t count_paths_to(Node* node) {
       }
     }
     if (ready) {
-      counts[n] = total;
+      known[n] = total;
       todo.pop_back();
     }
   }
-  return counts[node];
+  return known[node];
 }
 
 bool path_has_fn(const Path& path, MFn::Type type) {

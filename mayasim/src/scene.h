@@ -297,6 +297,13 @@ void new_scene();
 
 // `path` as a full path (relative ones against the current folder).
 std::string absolute_path(const std::string& path);
+// $NAME and ${NAME} replaced by the environment's values; a variable that
+// is not set becomes empty, or stays as written with `keep_unset` (so that
+// a message shows what could not be found).
+std::string expand_environment(const std::string& s, bool keep_unset = false);
+// A file's bytes, whole; false with "Cannot open PATH: why" or "Cannot read
+// PATH: why" in `error`.
+bool read_whole_file(const std::string& path, std::string& text, std::string& error);
 
 
 // Path helpers.
@@ -319,6 +326,12 @@ Node* function_set_node(const Path& path);
 std::vector<Path> all_paths_to(Node* node);
 // How many paths all_paths_to would give, without making them.
 size_t count_paths_to(Node* node);
+// The same, keeping every count it works out in `known` (by node; valid
+// until the DAG changes), so that many questions about one DAG cost one
+// walk. Without recursion: a chain may be as deep as the scene. A double,
+// since while a file loads a chain of instances may count more paths than
+// an integer holds before it is refused.
+double count_paths_to(const Node* node, std::unordered_map<const Node*, double>& known);
 // Whether the path's node (or, for a transform, a shape directly below it)
 // is compatible with `type`.
 bool path_has_fn(const Path& path, MFn::Type type);

@@ -441,44 +441,8 @@ int Runner::add_node(Node* n, const std::string& type_name, NodeType t, unsigned
   return index;
 }
 
-// The number of paths from the world to `n`: the sum of its parents'.
-// Kept per node until the DAG changes; computed without recursion (a chain
-// may be as deep as the scene).
-double Runner::paths_to(const Node* n) {
-  if (n->parents.empty())
-    return 1;
-  auto known = _path_counts.find(n);
-  if (known != _path_counts.end())
-    return known->second;
-  std::vector<const Node*> stack{n};
-  while (!stack.empty()) {
-    const Node* at = stack.back();
-    if (_path_counts.count(at)) {
-      stack.pop_back();
-      continue;
-    }
-    double sum = 0;
-    bool ready = true;
-    for (const Node* p : at->parents) {
-      if (p->parents.empty()) {
-        sum += 1;
-        continue;
-      }
-      auto c = _path_counts.find(p);
-      if (c == _path_counts.end()) {
-        stack.push_back(p);
-        ready = false;
-      } else {
-        sum += c->second;
-      }
-    }
-    if (ready) {
-      _path_counts[at] = sum;
-      stack.pop_back();
-    }
-  }
-  return _path_counts[n];
-}
+// The number of paths from the world to `n`, kept until the DAG changes.
+double Runner::paths_to(const Node* n) { return count_paths_to(n, _path_counts); }
 
 // How many DAG paths end in `parts` at node `n` (whose name is
 // parts[k - 1]), and the instance number of the last one among n's paths:

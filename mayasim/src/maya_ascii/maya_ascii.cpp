@@ -3,11 +3,9 @@
 #include "build.h"
 #include "loader.h"
 
-#include <errno.h>
+#include "../scene.h"
+
 #include <new>
-#include <stdio.h>
-#include <string.h>
-#include <sys/stat.h>
 
 namespace mayasim {
 
@@ -75,28 +73,10 @@ bool load_maya_ascii(const std::string& path, MayaAsciiResult& result) {
 }
 
 bool load_maya_ascii(const std::string& path, MayaAsciiResult& result, const ReferenceOptions& references) {
-  FILE* f = fopen(path.c_str(), "rb");
-  if (!f) {
+  std::string text, error;
+  if (!read_whole_file(path, text, error)) {
     result = MayaAsciiResult();
-    result.error = "Cannot open " + path + ": " + strerror(errno);
-    return false;
-  }
-  // Read whole: sized from the file when it says its size (a pipe does not),
-  // then to its end whatever it said.
-  std::string text;
-  struct stat info;
-  if (fstat(fileno(f), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0)
-    text.reserve(size_t(info.st_size) + 1);
-  char buffer[1 << 16];
-  size_t got;
-  while ((got = fread(buffer, 1, sizeof(buffer), f)) > 0)
-    text.append(buffer, got);
-  bool read_error = ferror(f) != 0;
-  int saved = errno;
-  fclose(f);
-  if (read_error) {
-    result = MayaAsciiResult();
-    result.error = "Cannot read " + path + ": " + strerror(saved);
+    result.error = error;
     return false;
   }
   if (!load_maya_ascii_text(text.data(), text.size(), path, result, references))

@@ -1,12 +1,11 @@
 #include "references.h"
 
+#include "../scene.h"
+
 #include <algorithm>
 #include <ctype.h>
-#include <errno.h>
 #include <filesystem>
-#include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 #include <system_error>
 
 namespace mayasim {
@@ -267,46 +266,14 @@ int placeholder_index(const std::string& plug) {
 }
 
 std::string expand_path_variables(const std::string& path) {
-  std::string out;
-  size_t i = 0;
   if (!path.empty() && path[0] == '~' && (path.size() == 1 || path[1] == '/' || path[1] == '\\')) {
     const char* home = getenv("HOME");
     if (!home)
       home = getenv("USERPROFILE");
-    if (home) {
-      out = home;
-      i = 1;
-    }
+    if (home)
+      return expand_environment(home + path.substr(1), true);
   }
-  while (i < path.size()) {
-    if (path[i] != '$') {
-      out += path[i++];
-      continue;
-    }
-    size_t start = i + 1, end;
-    bool braced = start < path.size() && path[start] == '{';
-    if (braced) {
-      end = path.find('}', start);
-      if (end == std::string::npos) {
-        out += path.substr(i);
-        break;
-      }
-      ++start;
-    } else {
-      end = start;
-      while (end < path.size() && (isalnum(static_cast<unsigned char>(path[end])) || path[end] == '_'))
-        ++end;
-    }
-    std::string name = path.substr(start, end - start);
-    const char* value = name.empty() ? nullptr : getenv(name.c_str());
-    size_t next = braced ? end + 1 : end;
-    if (value)
-      out += value;
-    else
-      out += path.substr(i, next - i);
-    i = next;
-  }
-  return out;
+  return expand_environment(path, true);
 }
 
 bool find_reference_file(const std::string& written, const std::string& referencing_file,
@@ -373,24 +340,7 @@ bool read_reference_file(const std::string& path, const ReferenceOptions& option
     text = it->second;
     return true;
   }
-  FILE* f = fopen(path.c_str(), "rb");
-  if (!f) {
-    error = "Cannot open " + path + ": " + strerror(errno);
-    return false;
-  }
-  text.clear();
-  char buffer[1 << 16];
-  size_t got;
-  while ((got = fread(buffer, 1, sizeof(buffer), f)) > 0)
-    text.append(buffer, got);
-  bool failed = ferror(f) != 0;
-  int saved = errno;
-  fclose(f);
-  if (failed) {
-    error = "Cannot read " + path + ": " + strerror(saved);
-    return false;
-  }
-  return true;
+  return read_whole_file(path, text, error);
 }
 
 std::string file_identity(const std::string& path, const ReferenceOptions& options) {
