@@ -315,8 +315,10 @@ int parse(int argc, char** argv, Options& o) {
   }
   if (o.scene.empty())
     return usage_error("%s", "no scene given: name a .ma file, or a built-in scene as demo:NAME (see --list-demos)");
-  bool ma = o.scene.size() > 3 && (o.scene.compare(o.scene.size() - 3, 3, ".ma") == 0 ||
-                                   o.scene.compare(o.scene.size() - 3, 3, ".MA") == 0);
+  // A Maya Binary scene goes to the loader too, which names it and says
+  // what to do with it.
+  std::string ext = o.scene.size() > 3 ? o.scene.substr(o.scene.size() - 3) : std::string();
+  bool ma = ext == ".ma" || ext == ".MA" || ext == ".mb" || ext == ".MB";
   if (o.scene.compare(0, 5, "demo:") != 0 && !ma)
     return usage_error("scenes are Maya ASCII files (.ma; save a .mb scene as Maya ASCII), or built-in ones "
                        "named demo:NAME, not \"%s\"",

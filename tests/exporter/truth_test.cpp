@@ -92,16 +92,21 @@ struct TruthMesh {
 
 double number(const DynamicConfigValue& v) { return v.is_integer() ? double(v.to_integer()) : double(v.to_float()); }
 
+// A JSON file (the judge's .babylon and .gltf are JSON) as a value.
+bool parse_file(const std::string& path, DynamicConfigValue& doc, std::string& problem) {
+  std::string text = bytes_of(path);
+  if (foundation::simplified_json::try_parse_untrusted(text.data(), uint32_t(text.size()), doc, nullptr))
+    return true;
+  problem = path + " does not parse";
+  return false;
+}
+
 // The meshes of a .babylon, brought back to Maya's frame.
 std::vector<TruthMesh> read_babylon(const std::string& path, std::string& problem) {
   std::vector<TruthMesh> out;
-  std::string text = bytes_of(path);
   DynamicConfigValue doc(foundation::memory_globals::default_allocator());
-  foundation::simplified_json::ParseError error;
-  if (!foundation::simplified_json::try_parse_untrusted(text.data(), uint32_t(text.size()), doc, &error)) {
-    problem = path + " does not parse";
+  if (!parse_file(path, doc, problem))
     return out;
-  }
   const DynamicConfigValue& producer = doc.get("producer");
   std::string version = producer.get("exporter_version").is_string() ? producer.get("exporter_version").to_string() : "";
   // Lengths in centimetres up to the exporter's version 1.0, metres after.
@@ -175,13 +180,9 @@ std::vector<TruthMesh> read_babylon(const std::string& path, std::string& proble
 // The meshes of a .gltf and its buffer, brought back to Maya's V.
 std::vector<TruthMesh> read_gltf(const std::string& path, std::string& problem) {
   std::vector<TruthMesh> out;
-  std::string text = bytes_of(path);
   DynamicConfigValue doc(foundation::memory_globals::default_allocator());
-  foundation::simplified_json::ParseError error;
-  if (!foundation::simplified_json::try_parse_untrusted(text.data(), uint32_t(text.size()), doc, &error)) {
-    problem = path + " does not parse";
+  if (!parse_file(path, doc, problem))
     return out;
-  }
   std::string bin = bytes_of(path.substr(0, path.size() - 5) + ".bin");
   const DynamicConfigValue &accessors = doc.get("accessors"), &views = doc.get("bufferViews");
   // An accessor's values as doubles, `width` of them an element.

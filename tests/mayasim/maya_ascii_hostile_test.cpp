@@ -41,6 +41,20 @@ bool load_text(const std::string& text, mayasim::MayaAsciiResult& r) {
   return mayasim::load_maya_ascii_text(text.data(), text.size(), "hostile.ma", r);
 }
 
+// Loads the text in a child process held to `megabytes` of address space
+// and `seconds`, expecting it to load.
+void expect_loads_within(const std::string& text, long megabytes, int seconds) {
+  std::string message;
+  EXPECT_TRUE(test::within_bounds(
+      [&] {
+        mayasim::MayaAsciiResult r;
+        EXPECT_TRUE(load_text(text, r)) << r.error;
+        return r.error.empty();
+      },
+      megabytes, seconds, message))
+      << message;
+}
+
 // Loads `body` after the header, expecting a refusal; returns its message.
 std::string refusal(const std::string& body) {
   mayasim::MayaAsciiResult r;
@@ -186,16 +200,7 @@ TEST(MayaAsciiHostile, PathsAreResolvedWithoutListingEveryPath) {
     path += "|N" + std::to_string(i) + "|B" + std::to_string(i);
   for (int k = 0; k < 20000; ++k)
     s << "setAttr \"" << path << "|N0.ty\" " << k << ";\n";
-  std::string text = header() + s.str();
-  std::string message;
-  EXPECT_TRUE(test::within_bounds(
-      [&] {
-        mayasim::MayaAsciiResult r;
-        EXPECT_TRUE(load_text(text, r)) << r.error;
-        return r.error.empty();
-      },
-      1024, 20, message))
-      << message;
+  expect_loads_within(header() + s.str(), 1024, 20);
 }
 
 // A component list naming every face hundreds of times names each once.
@@ -433,14 +438,5 @@ TEST(MayaAsciiHostile, SizesClaimedBeyondTheValuesReserveNothing) {
   s << "createNode transform -n \"t\";\ncreateNode mesh -n \"tShape\" -p \"t\";\n";
   for (int k = 0; k < 3000; ++k)
     s << "\tsetAttr -s 2000000000 \".clst[" << k << "].clsp[0]\" 1 0 0 1;\n";
-  std::string text = header() + s.str();
-  std::string message;
-  EXPECT_TRUE(test::within_bounds(
-      [&] {
-        mayasim::MayaAsciiResult r;
-        EXPECT_TRUE(load_text(text, r)) << r.error;
-        return r.error.empty();
-      },
-      1024, 30, message))
-      << message;
+  expect_loads_within(header() + s.str(), 1024, 30);
 }

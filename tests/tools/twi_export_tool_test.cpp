@@ -97,7 +97,13 @@ TEST(TwiExportTool, FailuresExitWithOneAndWriteNothing) {
 TEST(TwiExportTool, BadCommandLinesExitWithTwo) {
   EXPECT_EQ(2, run_export("demo:rig").status) << "no output";
   EXPECT_EQ(2, run_export("demo:nothing -o x.twi").status);
-  EXPECT_EQ(2, run_export("scene.mb -o x.twi").status);
+  EXPECT_EQ(2, run_export("scene.fbx -o x.twi").status);
+  // A Maya Binary scene is the loader's to refuse, naming it.
+  test::TempDirectory dir;
+  test::write_file(dir.file("rig.mb"), std::string("FOR8\0\0\0\0\0\0\0\x10", 12));
+  test::ProgramRun binary = run_export(dir.file("rig.mb") + " -o " + dir.file("x.twi"));
+  EXPECT_EQ(1, binary.status);
+  EXPECT_TRUE(contains(binary.output, "rig.mb: this is a Maya Binary file")) << binary.output;
   EXPECT_EQ(2, run_export("demo:rig -o x.twi --range 5").status);
   EXPECT_EQ(2, run_export("demo:rig -o x.twi --fps 23").status);
   EXPECT_EQ(2, run_export("demo:rig -o x.twi --select nobody").status);

@@ -123,8 +123,8 @@ private:
   bool load_references();
   bool load_reference(const ReferenceStatement& r);
   // A reference that is not loaded: a warning when missing references are
-  // skipped (or `always`), else the load's error.
-  bool not_loaded(ReferenceRecord& record, const std::string& why, bool always);
+  // skipped, else the load's error.
+  bool not_loaded(ReferenceRecord& record, const std::string& why);
   void apply_edits(const std::string& reference_node, ReferenceRecord& record);
   bool placeholder_edit(const ReferenceEdit& e, std::string& why);
   // A name as this file gives it, as the scene knows it: in the file's
@@ -1745,10 +1745,10 @@ bool Runner::load_references() {
   return true;
 }
 
-bool Runner::not_loaded(ReferenceRecord& record, const std::string& why, bool always) {
-  if (always || _session.options->skip_missing) {
+bool Runner::not_loaded(ReferenceRecord& record, const std::string& why) {
+  if (_session.options->skip_missing) {
     record.state = "missing";
-    _f.warnings.push_back(why + (always ? "" : "; skipped (--missing-references skip)") + ".");
+    _f.warnings.push_back(why + "; skipped (--missing-references skip).");
     return true;
   }
   if (_error.empty())
@@ -1785,7 +1785,7 @@ bool Runner::load_reference(const ReferenceStatement& r) {
     return true;
   }
   if (!r.type.empty() && r.type != "mayaAscii" && r.type != "mayaBinary")
-    return not_loaded(record(), where + " is a " + quoted(r.type) + " file, which mayasim cannot load", false);
+    return not_loaded(record(), where + " is a " + quoted(r.type) + " file, which mayasim cannot load");
   if (_depth + 1 > MAX_REFERENCE_DEPTH) {
     _error = where + " is nested " + std::to_string(_depth + 1) + " references deep; the most is " +
              std::to_string(MAX_REFERENCE_DEPTH);
@@ -1804,7 +1804,7 @@ bool Runner::load_reference(const ReferenceStatement& r) {
       why += (i ? ", " : " ") + found.tried[i];
     if (found.tried.empty())
       why += " none (the path is empty)";
-    return not_loaded(record(), why, false);
+    return not_loaded(record(), why);
   }
   record().file = found.path;
   record().rule = found.rule;
@@ -1820,10 +1820,10 @@ bool Runner::load_reference(const ReferenceStatement& r) {
     }
   std::string text, error;
   if (!read_reference_file(found.path, *_session.options, text, error))
-    return not_loaded(record(), where + ": " + error, false);
+    return not_loaded(record(), where + ": " + error);
   ++_session.files;
   if (!acceptable_text(text.data(), text.size(), found.path, error))
-    return not_loaded(record(), where + " (found " + found.rule + "): " + error, false);
+    return not_loaded(record(), where + " (found " + found.rule + "): " + error);
   // A referenced file's units are its own; the scene's stay the scene's.
   double centimetres = _f.centimetres_per_unit, radians = _f.radians_per_unit, seconds = _f.seconds_per_frame;
   MTime::Unit time_unit = _f.time_unit;
