@@ -101,6 +101,8 @@ void write_node(const SceneDatabase& db, const SceneNode& node, DCV& out) {
 }
 
 void write_geometry(const SceneGeometry& g, DCV& out) {
+  // A geometry with nothing in it is still an object: null is not one.
+  out.set_object();
   if (!g.streams.empty()) {
     DCV& streams = out.get("streams");
     for (const GeometryStream& s : g.streams)

@@ -62,6 +62,7 @@ TEST(SceneDocument, OmittedAndNullKeys) {
   g.indices.size = 0;
   g.indices.streams.resize(1); // one empty list
   SceneSkin& skin = db.skins.get_or_insert("s");
+  db.geometries.get_or_insert("bare"); // nothing in it
   (void)n;
   (void)skin;
   std::string text = to_text(db);
@@ -72,6 +73,7 @@ TEST(SceneDocument, OmittedAndNullKeys) {
   EXPECT_NE(text.find("primitives = null"), std::string::npos);
   EXPECT_NE(text.find("streams = [ null ]"), std::string::npos); // the empty index list
   EXPECT_NE(text.find("joints = null"), std::string::npos);
+  EXPECT_NE(text.find("\tbare = {\n\t}\n"), std::string::npos) << text; // an object, never null
   EXPECT_EQ(text.find("skin ="), std::string::npos);
   EXPECT_EQ(text.find("smoothing"), std::string::npos);
   EXPECT_EQ(text.find("animations"), std::string::npos);
